@@ -1,0 +1,72 @@
+#pragma once
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <vector>
+
+#include "platform/color_space.h"
+
+namespace quellor {
+
+/// Where an image's alpha stands and whether the colour is multiplied by it. The numbers are part of the protocol:
+/// the raw export reports them by name.
+enum class AlphaInfo : std::uint32_t {
+  none = 0,                // grey or CMYK without alpha
+  premultipliedLast = 1,   // alpha, colour already multiplied by it
+  premultipliedFirst = 2,  //
+  last = 3,                // alpha, colour independent of it
+  first = 4,               //
+  noneSkipLast = 5,        // colour without alpha
+  noneSkipFirst = 6,       //
+  alphaOnly = 7,
+};
+
+/// What the colour components of a raster mean.
+enum class SampleModel : std::uint8_t {
+  grey,   // one component
+  rgb,    // three: red, green, blue
+  ycbcr,  // three: luma, blue difference, red difference; the last two may be subsampled
+  cmyk,   // four; 0 is no ink
+};
+
+/// One component of a raster: a sample every `stepBytes` in a row, a row every `strideBytes`, top row first.
+///
+/// A planar raster has a step of one sample; in an interleaved one the components lie inside one another.
+struct Component {
+  const std::uint8_t* firstSample = nullptr;
+  std::size_t stepBytes = 0;
+  std::size_t strideBytes = 0;
+  std::uint32_t width = 0;  // in samples, less than the image's where the component is subsampled
+  std::uint32_t height = 0;
+};
+
+/// Decoded samples exactly as they were coded: no colour conversion, no rotation, clean aperture applied.
+///
+/// A sample takes one byte up to 8 bits per component and two bytes, in the machine's byte order, above. `owner`
+/// keeps the memory alive that the components point into; nobody else does, and nothing changes it.
+struct Raster {
+  std::uint32_t width = 0;  // 1 or more
+  std::uint32_t height = 0;
+  int bitsPerComponent = 8;  // 8 to 16
+  SampleModel model = SampleModel::rgb;
+  std::vector<Component> components;  // as many as `model` says
+  std::optional<Component> alpha;     // not subsampled, same depth
+  bool premultiplied = false;
+  /// Matrix and range of a ycbcr raster, range of a grey one; the primaries may be unspecified.
+  Cicp coding;
+  std::shared_ptr<const void> owner;
+};
+
+/// A decoded image.
+struct Image {
+  Raster raster;
+  std::optional<ColorSpace> colorSpace;
+
+  [[nodiscard]] std::uint32_t width() const { return raster.width; }
+  [[nodiscard]] std::uint32_t height() const { return raster.height; }
+  [[nodiscard]] int bitsPerComponent() const { return raster.bitsPerComponent; }
+  [[nodiscard]] AlphaInfo alphaInfo() const;
+};
+
+}  // namespace quellor
