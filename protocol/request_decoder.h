@@ -1,0 +1,23 @@
+#pragma once
+#include <span>
+#include <stdexcept>
+
+#include "protocol/records.h"
+
+namespace quellor {
+
+/// The request could not be decoded. Not a HelperFailure: the caller gets no JSON for it. what() names the offending
+/// key, where one can be named, and the reason.
+class DecodingFailure : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+/// Decodes the request that the whole of `document` (UTF-8 JSON) holds, or raises DecodingFailure.
+///
+/// Keys are matched exactly, unknown ones are ignored, the last of two equal ones counts. Fields are checked in
+/// declaration order, so the first offending one is named. An integral number written with a fraction or an exponent
+/// (1.0, 1e0) is an integer. Nesting deeper than 512 is refused. Memory grows with the known values only.
+HelperRequest decodeRequest(std::span<const char> document);
+
+}  // namespace quellor
