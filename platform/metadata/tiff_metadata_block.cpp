@@ -1,0 +1,194 @@
+#include "platform/metadata/tiff_metadata_block.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdint>
+#include <limits>
+#include <new>
+#include <vector>
+
+#include "platform/metadata/exif_directories.h"
+
+namespace quellor {
+
+namespace {
+
+using namespace metadata;
+
+constexpr std::size_t kHeaderSize = 8;
+constexpr std::size_t kInlineValueSize = 4;
+constexpr std::uint16_t kTiffMagic = 42;
+
+// TIFF 6.0, sections 8, 12 and 20; Exif 2.32, table 4; ratings and titles as desktop photo managers write them.
+constexpr auto kDescriptiveTags = std::to_array<std::uint16_t>({
+    269,    // DocumentName
+    270,    // ImageDescription
+    271,    // Make
+    272,    // Model
+    274,    // Orientation
+    282,    // XResolution
+    283,    // YResolution
+    285,    // PageName
+    296,    // ResolutionUnit
+    297,    // PageNumber
+    305,    // Software
+    306,    // DateTime
+    315,    // Artist
+    316,    // HostComputer
+    18246,  // rating, 0 to 5
+    18249,  // rating in per cent
+    33432,  // Copyright
+    40091,  // title
+    40092,  // comment
+    40093,  // author
+    40094,  // keywords
+    40095,  // subject
+});
+
+struct Field {
+  std::uint16_t tag;
+  std::uint16_t type;
+  std::uint32_t count;
+  Bytes value;
+};
+
+/// Copies entries out of a file, together at most as many bytes as the file has: entries may share their values.
+class FieldCollector {
+ public:
+  explicit FieldCollector(const TiffBlock& file) : file_(file), bytesLeft_(file.bytes.size()) {}
+
+  template <typename Predicate>
+  std::vector<Field> collect(const TiffDirectory& directory, const Predicate& wanted) {
+    std::vector<Field> fields;
+    for (const TiffEntry& entry : directory.entries) {
+      if (!entry.valueReadable || entry.valueSize > bytesLeft_ || !wanted(entry.tag)) continue;
+      bytesLeft_ -= entry.valueSize;
+      const ByteView value = valueBytes(file_, entry);
+      fields.push_back({entry.tag, entry.type, entry.count, Bytes(value.begin(), value.end())});
+    }
+    // Directories are in ascending order of their tags (TIFF 6.0, section 2); the first of a repeated tag counts.
+    std::stable_sort(fields.begin(), fields.end(), [](const Field& a, const Field& b) { return a.tag < b.tag; });
+    const auto end =
+        std::unique(fields.begin(), fields.end(), [](const Field& a, const Field& b) { return a.tag == b.tag; });
+    fields.erase(end, fields.end());
+    return fields;
+  }
+
+ private:
+  TiffBlock file_;
+  std::size_t bytesLeft_;
+};
+
+/// Writes a block: directories one behind the other, each with its values right after it.
+class BlockWriter {
+ public:
+  explicit BlockWriter(ByteOrder order) : order_(order) {
+    const std::uint8_t mark = order == ByteOrder::bigEndian ? 'M' : 'I';
+    bytes_ = {mark, mark};
+    append(kTiffMagic, 2);
+    append(kHeaderSize, 4);
+  }
+
+  [[nodiscard]] std::size_t size() const { return bytes_.size(); }
+
+  void appendDirectory(const std::vector<Field>& fields) {
+    append(fields.size(), 2);
+    std::size_t valuePosition = size() + fields.size() * 12 + 4;
+    for (const Field& field : fields) {
+      append(field.tag, 2);
+      append(field.type, 2);
+      append(field.count, 4);
+      if (field.value.size() <= kInlineValueSize) {
+        appendBytes(field.value, kInlineValueSize);
+      } else {
+        append(valuePosition, 4);
+        valuePosition += paddedSize(field.value);
+      }
+    }
+    append(0, 4);  // no next directory
+    for (const Field& field : fields) {
+      if (field.value.size() > kInlineValueSize) appendBytes(field.value, paddedSize(field.value));
+    }
+  }
+
+  [[nodiscard]] Field pointer(std::uint16_t tag, std::size_t position) const {
+    BlockWriter value(order_);
+    value.bytes_.clear();
+    value.append(position, 4);
+    return {tag, static_cast<std::uint16_t>(TiffType::longInteger), 1, std::move(value.bytes_)};
+  }
+
+  /// Values begin on even offsets (TIFF 6.0, section 2).
+  static std::size_t paddedSize(const Bytes& value) { return value.size() + value.size() % 2; }
+
+  Bytes take() { return std::move(bytes_); }
+
+ private:
+  void append(std::uint64_t number, int size) {
+    for (int i = 0; i < size; ++i) {
+      const int shift = 8 * (order_ == ByteOrder::bigEndian ? size - 1 - i : i);
+      bytes_.push_back(static_cast<std::uint8_t>(number >> shift));
+    }
+  }
+
+  void appendBytes(const Bytes& value, std::size_t size) {
+    bytes_.insert(bytes_.end(), value.begin(), value.end());
+    bytes_.resize(bytes_.size() + size - value.size());
+  }
+
+  ByteOrder order_;
+  Bytes bytes_;
+};
+
+std::size_t directorySize(const std::vector<Field>& fields, std::size_t more = 0) {
+  std::size_t size = 2 + (fields.size() + more) * 12 + 4;
+  for (const Field& field : fields) {
+    if (field.value.size() > kInlineValueSize) size += BlockWriter::paddedSize(field.value);
+  }
+  return size;
+}
+
+bool isDescriptive(std::uint16_t tag) {
+  return std::find(kDescriptiveTags.begin(), kDescriptiveTags.end(), tag) != kDescriptiveTags.end();
+}
+
+bool isNoPointer(std::uint16_t tag) { return !exif_tag::isPointer(tag); }
+
+std::optional<Bytes> buildBlock(const ExifDirectories& source) {
+  FieldCollector collector(source.block);
+  std::vector<Field> first = collector.collect(source.first, isDescriptive);
+  std::vector<Field> exif;
+  std::vector<Field> gps;
+  if (source.exif) exif = collector.collect(*source.exif, isNoPointer);
+  if (source.gps) gps = collector.collect(*source.gps, isNoPointer);
+  if (first.empty() && exif.empty() && gps.empty()) return std::nullopt;
+
+  const std::size_t pointers = (exif.empty() ? 0U : 1U) + (gps.empty() ? 0U : 1U);
+  const std::size_t exifPosition = kHeaderSize + directorySize(first, pointers);
+  const std::size_t gpsPosition = exifPosition + (exif.empty() ? 0 : directorySize(exif));
+  const std::size_t total = gpsPosition + (gps.empty() ? 0 : directorySize(gps));
+  if (total > std::numeric_limits<std::uint32_t>::max()) return std::nullopt;
+
+  BlockWriter writer(source.block.order);
+  // Every descriptive tag but Copyright and the titles is below the two pointers; the order is restored here.
+  if (!exif.empty()) first.push_back(writer.pointer(exif_tag::kExifPointer, exifPosition));
+  if (!gps.empty()) first.push_back(writer.pointer(exif_tag::kGpsPointer, gpsPosition));
+  std::sort(first.begin(), first.end(), [](const Field& a, const Field& b) { return a.tag < b.tag; });
+  writer.appendDirectory(first);
+  if (!exif.empty()) writer.appendDirectory(exif);
+  if (!gps.empty()) writer.appendDirectory(gps);
+  return writer.take();
+}
+
+}  // namespace
+
+std::optional<Bytes> exifBlockFromTiff(ByteView tiffFile) {
+  try {
+    const auto source = readExifDirectories(tiffFile);
+    return source ? buildBlock(*source) : std::nullopt;
+  } catch (const std::bad_alloc&) {
+    return std::nullopt;
+  }
+}
+
+}  // namespace quellor

@@ -1,0 +1,39 @@
+#include "platform/metadata/xmp_packet.h"
+
+#include <string_view>
+
+#include <pugixml.hpp>
+
+namespace quellor {
+namespace {
+
+std::string_view localName(std::string_view qualified) {
+  const std::size_t colon = qualified.find(':');
+  return colon == std::string_view::npos ? qualified : qualified.substr(colon + 1);
+}
+
+/// Stops at the first AuxiliaryImageType.
+struct AuxiliaryTypeFinder : pugi::xml_tree_walker {
+  bool for_each(pugi::xml_node& node) override {
+    constexpr std::string_view wanted = "AuxiliaryImageType";
+    if (localName(node.name()) == wanted) value = node.text().get();
+    for (const pugi::xml_attribute attribute : node.attributes()) {
+      if (localName(attribute.name()) == wanted) value = attribute.value();
+    }
+    return value.empty();
+  }
+
+  std::string value;
+};
+
+}  // namespace
+
+std::string xmpAuxiliaryImageType(ByteView packet) {
+  pugi::xml_document document;
+  if (!document.load_buffer(packet.data(), packet.size())) return {};
+  AuxiliaryTypeFinder finder;
+  document.traverse(finder);
+  return finder.value;
+}
+
+}  // namespace quellor
