@@ -1,0 +1,15 @@
+#pragma once
+#include <vector>
+
+#include "platform/codecs/codec.h"
+#include "platform/heif/container.h"
+
+namespace quellor::heif {
+
+/// The alpha image of `image`, or null.
+const Item* alphaImageOf(const Container& container, ItemId image);
+
+/// The auxiliary images of `image` of the kinds that are reported, in item order; alpha is none of them.
+std::vector<AuxiliaryImage> auxiliaryImagesOf(const Container& container, const Item& image);
+
+}  // namespace quellor::heif
