@@ -1,0 +1,152 @@
+#include "platform/codecs/jpeg_markers.h"
+
+#include <string_view>
+#include <vector>
+
+#include "platform/codecs/byte_reader.h"
+#include "platform/codecs/photoshop_resources.h"
+
+namespace quellor::jpeg {
+namespace {
+
+using namespace std::string_view_literals;
+
+// Marker codes: ITU-T T.81, table B.1.
+constexpr std::uint8_t kStartOfImage = 0xD8;
+constexpr std::uint8_t kEndOfImage = 0xD9;
+constexpr std::uint8_t kStartOfScan = 0xDA;
+constexpr std::uint8_t kApp0 = 0xE0;
+constexpr std::uint8_t kApp1 = 0xE1;
+constexpr std::uint8_t kApp2 = 0xE2;
+constexpr std::uint8_t kApp13 = 0xED;
+
+// What the segments begin with: T.871 10.1; Exif 2.32 4.7.2; XMP part 3, 1.1.3; ICC.1:2010 B.4.
+constexpr auto kJfifName = "JFIF\0"sv;
+constexpr auto kExifName = "Exif\0"sv;  // and a padding byte of any value
+constexpr auto kXmpName = "http://ns.adobe.com/xap/1.0/\0"sv;
+constexpr auto kIccName = "ICC_PROFILE\0"sv;
+constexpr auto kPhotoshopName = "Photoshop 3.0\0"sv;
+
+struct Segment {
+  std::uint8_t marker;
+  ByteView payload;  // without the length
+};
+
+constexpr bool standsAlone(std::uint8_t marker) { return marker == 0x01 || (marker >= 0xD0 && marker <= 0xD7); }
+
+/// Walks the segments of a file up to the first scan, skipping stray bytes between them as decoders do.
+class SegmentWalk {
+ public:
+  explicit SegmentWalk(ByteView file) : rest_(file) {}
+
+  std::optional<Segment> next() {
+    for (;;) {
+      const std::uint8_t marker = nextMarker();
+      if (marker == kEndOfImage || marker == kStartOfScan) return std::nullopt;
+      if (marker == kStartOfImage || standsAlone(marker)) continue;
+      if (rest_.size() < 2) return std::nullopt;
+      const std::size_t length = bigEndian16(rest_, 0);
+      if (length < 2 || length > rest_.size()) return std::nullopt;
+      const Segment segment{marker, rest_.subspan(2, length - 2)};
+      rest_ = rest_.subspan(length);
+      return segment;
+    }
+  }
+
+ private:
+  /// The code after the next 0xFF bytes; the end of the file counts as the end of the image.
+  std::uint8_t nextMarker() {
+    std::size_t i = 0;
+    while (i + 1 < rest_.size() && (rest_[i] != 0xFF || rest_[i + 1] == 0xFF || rest_[i + 1] == 0)) ++i;
+    if (i + 1 >= rest_.size()) return kEndOfImage;
+    const std::uint8_t marker = rest_[i + 1];
+    rest_ = rest_.subspan(i + 2);
+    return marker;
+  }
+
+  ByteView rest_;
+};
+
+/// Collects the chunks of an ICC profile; each says its number, from 1, and how many there are.
+class IccChunks {
+ public:
+  void add(ByteView chunk) {
+    if (chunk.size() < 2) return spoil();
+    const std::size_t number = chunk[0];
+    const std::size_t count = chunk[1];
+    if (number == 0 || number > count || (count_ != 0 && count != count_) || seen_[number]) return spoil();
+    count_ = count;
+    seen_[number] = true;
+    chunks_[number] = chunk.subspan(2);
+    total_ += chunk.size() - 2;
+  }
+
+  [[nodiscard]] std::optional<Bytes> profile() const {
+    if (spoilt_ || total_ == 0) return std::nullopt;
+    Bytes whole;
+    whole.reserve(total_);
+    for (std::size_t number = 1; number <= count_; ++number) {
+      if (!seen_[number]) return std::nullopt;
+      whole.insert(whole.end(), chunks_[number].begin(), chunks_[number].end());
+    }
+    return whole;
+  }
+
+ private:
+  void spoil() { spoilt_ = true; }
+
+  std::array<ByteView, 256> chunks_;
+  std::array<bool, 256> seen_{};
+  std::size_t count_ = 0;
+  std::size_t total_ = 0;
+  bool spoilt_ = false;
+};
+
+std::optional<Jfif> parseJfif(ByteView payload) {
+  constexpr std::size_t kSize = 14;  // up to and with the size of the thumbnail
+  if (payload.size() < kSize) return std::nullopt;
+  return Jfif{.majorVersion = payload[5],
+              .minorVersion = payload[6],
+              .densityUnit = payload[7],
+              .xDensity = static_cast<int>(bigEndian16(payload, 8)),
+              .yDensity = static_cast<int>(bigEndian16(payload, 10))};
+}
+
+void readApp1(ByteView payload, MetadataBlocks& metadata) {
+  if (startsWith(payload, kExifName) && payload.size() > kExifName.size() + 1) {
+    if (!metadata.exif) metadata.exif = copyOf(payload.subspan(kExifName.size() + 1));
+  } else if (startsWith(payload, kXmpName) && payload.size() > kXmpName.size()) {
+    if (!metadata.xmp) metadata.xmp = copyOf(payload.subspan(kXmpName.size()));
+  }
+}
+
+}  // namespace
+
+std::optional<std::pair<double, double>> Jfif::dpi() const {
+  constexpr double kCentimetresPerInch = 2.54;
+  if ((densityUnit != 1 && densityUnit != 2) || xDensity == 0 || yDensity == 0) return std::nullopt;
+  const double factor = densityUnit == 2 ? kCentimetresPerInch : 1;
+  return std::pair(xDensity * factor, yDensity * factor);
+}
+
+ApplicationSegments readApplicationSegments(ByteView file) {
+  ApplicationSegments found;
+  IccChunks icc;
+  Bytes resources;  // may go on from one segment to the next
+  SegmentWalk walk(file);
+  while (const std::optional<Segment> segment = walk.next()) {
+    const ByteView payload = segment->payload;
+    if (segment->marker == kApp0 && !found.jfif && startsWith(payload, kJfifName)) found.jfif = parseJfif(payload);
+    if (segment->marker == kApp1) readApp1(payload, found.metadata);
+    if (segment->marker == kApp2 && startsWith(payload, kIccName)) icc.add(payload.subspan(kIccName.size()));
+    if (segment->marker == kApp13 && startsWith(payload, kPhotoshopName)) {
+      const ByteView part = payload.subspan(kPhotoshopName.size());
+      resources.insert(resources.end(), part.begin(), part.end());
+    }
+  }
+  found.iccProfile = icc.profile();
+  if (const auto iptc = iptcInResources(resources)) found.metadata.iptc = copyOf(*iptc);
+  return found;
+}
+
+}  // namespace quellor::jpeg

@@ -1,0 +1,37 @@
+#pragma once
+#include <array>
+#include <cstdint>
+#include <optional>
+#include <utility>
+
+#include "platform/bytes.h"
+#include "platform/properties.h"
+
+/// What stands in a JPEG file's application segments, read without a library: nothing is copied but what is kept.
+namespace quellor::jpeg {
+
+/// The JFIF APP0 segment (ITU-T T.871, 10.1).
+struct Jfif {
+  int majorVersion = 1;
+  int minorVersion = 1;
+  int densityUnit = 0;  // 0: only the ratio counts, 1: per inch, 2: per centimetre
+  int xDensity = 0;
+  int yDensity = 0;
+
+  /// Pixels per inch across and down, absent where the unit says none or a density is 0.
+  [[nodiscard]] std::optional<std::pair<double, double>> dpi() const;
+};
+
+/// What the segments before the first scan say.
+struct ApplicationSegments {
+  std::optional<Jfif> jfif;
+  MetadataBlocks metadata;
+  /// Absent unless every chunk of the profile is there exactly once (ICC.1:2010, B.4).
+  std::optional<Bytes> iccProfile;
+};
+
+/// Reads the segments up to the first scan; what is broken is left out. Of several Exif blocks or XMP packets the
+/// first counts. XMP beyond one segment ("extended XMP") is not read.
+ApplicationSegments readApplicationSegments(ByteView file);
+
+}  // namespace quellor::jpeg

@@ -1,0 +1,18 @@
+#pragma once
+#include <optional>
+
+#include "platform/bytes.h"
+
+namespace quellor::png {
+
+/// A PNG file without its image data.
+struct FileParts {
+  ByteView before;  // signature and chunks before the first IDAT
+  ByteView after;   // chunks after the last IDAT, through IEND
+};
+
+/// Absent when the chunks do not reach from the signature to IEND or there is no uninterrupted run of image data
+/// (PNG, third edition, 5.2, 5.3 and 5.6). Checksums are not looked at, and neither is what follows IEND.
+std::optional<FileParts> splitAtImageData(ByteView file);
+
+}  // namespace quellor::png
