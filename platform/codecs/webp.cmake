@@ -1,0 +1,1 @@
+quellor_module(webp SOURCES webp.cpp PACKAGES libwebp libwebpdemux)
