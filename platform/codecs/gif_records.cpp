@@ -70,7 +70,7 @@ Bytes joined(ByteView subBlocks) {
 }
 
 /// The packet lies in the file in one piece, not cut into sub-blocks. So that readers that know nothing of it find
-/// the end, 258 bytes follow: 1, then 255 down to 0, then a terminator (XMP specification, part 3, 1.1.2).
+/// the end, 258 bytes follow: 1, then 255 down to 0, then a terminator (ISO 16684-1 storage in files, GIF).
 std::optional<Bytes> xmpPacket(ByteView subBlocks) {
   constexpr std::size_t kTrailerSize = 258;
   if (subBlocks.size() > kTrailerSize) {
