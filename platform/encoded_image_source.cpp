@@ -1,0 +1,66 @@
+#include "platform/encoded_image_source.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "platform/color/color_space_of.h"
+#include "platform/image_properties.h"
+
+namespace quellor {
+namespace {
+
+using Kind = AuxiliaryImage::Kind;
+
+std::optional<Kind> kindNamed(std::string_view type) {
+  if (type == auxiliary_data_type::kDepth) return Kind::depth;
+  if (type == auxiliary_data_type::kDisparity) return Kind::disparity;
+  if (type == auxiliary_data_type::kPortraitEffectsMatte) return Kind::portraitEffectsMatte;
+  if (type == auxiliary_data_type::kSemanticSegmentationMatte) return Kind::semanticSegmentationMatte;
+  if (type == auxiliary_data_type::kHdrGainMap) return Kind::hdrGainMap;
+  return std::nullopt;
+}
+
+ColorModel colorModelOf(SampleModel samples) {
+  switch (samples) {
+    case SampleModel::grey:
+      return ColorModel::grey;
+    case SampleModel::cmyk:
+      return ColorModel::cmyk;
+    case SampleModel::rgb:
+    case SampleModel::ycbcr:
+      break;
+  }
+  return ColorModel::rgb;
+}
+
+}  // namespace
+
+std::optional<PropertyDictionary> EncodedImageSource::propertiesAt(std::size_t index) const {
+  if (index != 0 || count() == 0) return std::nullopt;
+  const ImageColor color = colorSpaceOf(colors_, facts_.colorModel, facts_.iccProfile, facts_.cicp);
+  return imageProperties(facts_, color.profileName);
+}
+
+std::optional<Image> EncodedImageSource::imageAt(std::size_t index) const {
+  if (index != 0 || count() == 0) return std::nullopt;
+  auto raster = codec_.decode(file_.view());
+  if (!raster) return std::nullopt;
+  const ColorModel model = colorModelOf(raster->model);
+  return Image{std::move(*raster), colorSpaceOf(colors_, model, facts_.iccProfile, facts_.cicp).space};
+}
+
+std::optional<PropertyDictionary> EncodedImageSource::auxiliaryDataInfoAt(std::size_t index,
+                                                                          std::string_view type) const {
+  const auto kind = kindNamed(type);
+  if (index != 0 || !kind) return std::nullopt;
+  const auto image = std::find_if(facts_.auxiliaryImages.begin(), facts_.auxiliaryImages.end(),
+                                  [&](const AuxiliaryImage& each) { return each.kind == *kind; });
+  if (image == facts_.auxiliaryImages.end()) return std::nullopt;
+  PropertyDictionary info;
+  info.set("Width", std::int64_t{image->width});
+  info.set("Height", std::int64_t{image->height});
+  info.set("Type", image->type);
+  return info;
+}
+
+}  // namespace quellor

@@ -1,0 +1,29 @@
+#pragma once
+#include "platform/codecs/codec.h"
+#include "platform/color/color_engine.h"
+#include "platform/image_source.h"
+#include "platform/regular_file.h"
+
+namespace quellor {
+
+/// An image source on a file in memory and the codec of its format.
+class EncodedImageSource final : public ImageSource {
+ public:
+  /// `codec` and `colors` outlive the source; `colors` may be null, when profiles cannot be looked into.
+  EncodedImageSource(FileContents file, EncodedFacts facts, const Codec& codec, const ColorEngine* colors)
+      : file_(std::move(file)), facts_(std::move(facts)), codec_(codec), colors_(colors) {}
+
+  [[nodiscard]] std::size_t count() const override { return facts_.imageCount; }
+  [[nodiscard]] std::optional<PropertyDictionary> propertiesAt(std::size_t index) const override;
+  [[nodiscard]] std::optional<Image> imageAt(std::size_t index) const override;
+  [[nodiscard]] std::optional<PropertyDictionary> auxiliaryDataInfoAt(std::size_t index,
+                                                                      std::string_view type) const override;
+
+ private:
+  FileContents file_;
+  EncodedFacts facts_;
+  const Codec& codec_;
+  const ColorEngine* colors_;
+};
+
+}  // namespace quellor

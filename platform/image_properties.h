@@ -1,0 +1,14 @@
+#pragma once
+#include <optional>
+#include <string>
+
+#include "platform/codecs/codec.h"
+#include "platform/properties.h"
+
+namespace quellor {
+
+/// The properties of an image, with the keys of platform/properties.h; each is present only where it applies.
+/// `profileName` is the description of the embedded ICC profile.
+PropertyDictionary imageProperties(const EncodedFacts& facts, const std::optional<std::string>& profileName);
+
+}  // namespace quellor

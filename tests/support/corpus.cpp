@@ -1,0 +1,84 @@
+#include "tests/support/corpus.h"
+
+#include <algorithm>
+#include <cctype>
+#include <fstream>
+#include <sstream>
+#include <stdexcept>
+
+namespace quellor::test_support {
+namespace {
+
+std::vector<std::string> split(const std::string& text, char separator) {
+  std::vector<std::string> parts;
+  std::istringstream stream(text);
+  for (std::string part; std::getline(stream, part, separator);) parts.push_back(part);
+  return parts;
+}
+
+std::optional<std::string> unlessDash(const std::string& column) {
+  return column == "-" ? std::nullopt : std::optional(column);
+}
+
+std::optional<long> numberUnlessDash(const std::string& column) {
+  return column == "-" ? std::nullopt : std::optional(std::stol(column));
+}
+
+void readFacts(std::istringstream& columns, CorpusRow& row) {
+  std::string orientation, iccBytes, sha256, auxiliary, colour;
+  columns >> row.width >> row.height >> row.bitDepth >> orientation >> row.imageCount >> iccBytes >> sha256 >>
+      auxiliary >> std::ws;
+  std::getline(columns, colour);
+  if (!columns) throw std::runtime_error("not a row of the corpus table: " + columns.str());
+  row.orientation = numberUnlessDash(orientation);
+  row.iccBytes = numberUnlessDash(iccBytes);
+  row.iccSha256 = unlessDash(sha256);
+  if (auxiliary != "-") row.auxiliaryTypes = split(auxiliary, ',');
+  if (colour != "*") row.colorSpaceName = colour;
+}
+
+}  // namespace
+
+bool CorpusRow::allows(const std::string& outcome) const {
+  return std::find(outcomes.begin(), outcomes.end(), outcome) != outcomes.end();
+}
+
+std::vector<CorpusRow> readCorpusTable() {
+  // Beside the tests' sources: test programs run in the build tree they were made in.
+  const auto table = std::filesystem::path(__FILE__).parent_path().parent_path() / "end_to_end/corpus_expectations.txt";
+  std::ifstream stream(table);
+  if (!stream) throw std::runtime_error("cannot read " + table.string());
+  std::vector<CorpusRow> rows;
+  for (std::string line; std::getline(stream, line);) {
+    if (line.empty() || line.front() == '#') continue;
+    std::istringstream columns(line);
+    CorpusRow row;
+    std::string outcomes;
+    columns >> row.file >> outcomes;
+    row.outcomes = split(outcomes, '|');
+    if (row.allows("ok")) readFacts(columns, row);
+    rows.push_back(row);
+  }
+  return rows;
+}
+
+std::vector<std::string> sampleFiles(const std::string& folder) {
+  std::vector<std::string> files;
+  std::error_code absent;
+  for (const auto& entry : std::filesystem::directory_iterator(samples() / folder, absent)) {
+    if (entry.is_regular_file()) files.push_back(entry.path().filename().string());
+  }
+  std::sort(files.begin(), files.end());
+  return files;
+}
+
+std::string testName(const std::string& text) {
+  std::string name = text;
+  // A plus sign is all that tells some file names apart.
+  for (std::size_t plus; (plus = name.find('+')) != std::string::npos;) name.replace(plus, 1, "_plus_");
+  std::replace_if(
+      name.begin(), name.end(), [](unsigned char c) { return std::isalnum(c) == 0; }, '_');
+  return name;
+}
+
+}  // namespace quellor::test_support
