@@ -1,0 +1,3 @@
+#include "cli/quellor.h"
+
+int main() { quellor::Quellor::main(); }
