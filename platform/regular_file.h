@@ -30,6 +30,7 @@ class RegularFile {
   RegularFile(RegularFile&& other) noexcept;
   RegularFile& operator=(RegularFile&&) = delete;
   RegularFile(const RegularFile&) = delete;
+  RegularFile& operator=(const RegularFile&) = delete;
   ~RegularFile();
 
   /// The first `size` bytes, or as many as there are.

@@ -1,6 +1,5 @@
 #include "platform/codecs/heif_library.h"
 
-#include <array>
 #include <cstdlib>
 #include <dlfcn.h>
 #include <set>
@@ -57,8 +56,11 @@ void loadDecoderFor(FourCC type, const std::string& directory) {
   // The project's own decoder finds damage that the library's would conceal.
   const bool hevc = type == fourCC("hvc1") || type == fourCC("hev1");
   if (hevc && load(ownDirectory() + "/quellor-hevc.so")) return;
-  for (const std::string& plugin : pluginsFor(type)) {
-    if (load(directory + "/" + plugin)) return;
+  for (const std::string& name : pluginsFor(type)) {
+    std::string plugin = directory;
+    plugin += '/';
+    plugin += name;
+    if (load(plugin)) return;
   }
 }
 

@@ -112,6 +112,7 @@ Raster emptyRaster(const Layout& layout, int bits) {
 std::optional<Raster> decodeExact(const TiffFile& file, const Layout& layout) {
   const std::size_t sampleBytes = layout.bits / 8U;
   std::vector<std::uint16_t> wanted;
+  wanted.reserve(5);
   for (int i = 0; i < componentCount(layout.model); ++i) wanted.push_back(static_cast<std::uint16_t>(i));
   if (layout.alphaSample) wanted.push_back(*layout.alphaSample);
 

@@ -112,12 +112,12 @@ bool subtypeSaysDisparity(ByteView subtype) {
 }
 
 bool xmpSaysDisparity(const Container& container, const Item& item) {
-  for (const Item* metadata : container.itemsReferringTo(item.id, fourCC("cdsc"))) {
-    if (metadata->type != fourCC("mime") || metadata->contentType != "application/rdf+xml") continue;
-    const auto packet = itemData(container, *metadata, kMaximumXmpBytes);
-    if (packet && xmpAuxiliaryImageType(*packet) == "disparity") return true;
-  }
-  return false;
+  const auto blocks = container.itemsReferringTo(item.id, fourCC("cdsc"));
+  return std::any_of(blocks.begin(), blocks.end(), [&](const Item* block) {
+    if (block->type != fourCC("mime") || block->contentType != "application/rdf+xml") return false;
+    const auto packet = itemData(container, *block, kMaximumXmpBytes);
+    return packet && xmpAuxiliaryImageType(*packet) == "disparity";
+  });
 }
 
 std::optional<Kind> kindOf(const Container& container, const Item& item, const AuxiliaryType& type) {
