@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <utility>
 
-#include "platform/color/color_space_of.h"
 #include "platform/image_properties.h"
 
 namespace quellor {
@@ -35,10 +34,17 @@ ColorModel colorModelOf(SampleModel samples) {
 
 }  // namespace
 
+EncodedImageSource::EncodedImageSource(FileContents file, EncodedFacts facts, const Codec& codec,
+                                       const ColorEngine* colors)
+    : file_(std::move(file)),
+      facts_(std::move(facts)),
+      codec_(codec),
+      colors_(colors),
+      color_(colorSpaceOf(colors, facts_.colorModel, facts_.iccProfile, facts_.cicp)) {}
+
 std::optional<PropertyDictionary> EncodedImageSource::propertiesAt(std::size_t index) const {
   if (index != 0 || count() == 0) return std::nullopt;
-  const ImageColor color = colorSpaceOf(colors_, facts_.colorModel, facts_.iccProfile, facts_.cicp);
-  return imageProperties(facts_, color.profileName);
+  return imageProperties(facts_, color_.profileName);
 }
 
 std::optional<Image> EncodedImageSource::imageAt(std::size_t index) const {
@@ -46,7 +52,10 @@ std::optional<Image> EncodedImageSource::imageAt(std::size_t index) const {
   auto raster = codec_.decode(file_.view());
   if (!raster) return std::nullopt;
   const ColorModel model = colorModelOf(raster->model);
-  return Image{std::move(*raster), colorSpaceOf(colors_, model, facts_.iccProfile, facts_.cicp).space};
+  // Some files tell only in the bitstream that they are grey.
+  const bool asTold = model == facts_.colorModel;
+  const ImageColor color = asTold ? color_ : colorSpaceOf(colors_, model, facts_.iccProfile, facts_.cicp);
+  return Image{std::move(*raster), color.space};
 }
 
 std::optional<PropertyDictionary> EncodedImageSource::auxiliaryDataInfoAt(std::size_t index,

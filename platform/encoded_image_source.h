@@ -1,6 +1,6 @@
 #pragma once
 #include "platform/codecs/codec.h"
-#include "platform/color/color_engine.h"
+#include "platform/color/color_space_of.h"
 #include "platform/image_source.h"
 #include "platform/regular_file.h"
 
@@ -10,8 +10,7 @@ namespace quellor {
 class EncodedImageSource final : public ImageSource {
  public:
   /// `codec` and `colors` outlive the source; `colors` may be null, when profiles cannot be looked into.
-  EncodedImageSource(FileContents file, EncodedFacts facts, const Codec& codec, const ColorEngine* colors)
-      : file_(std::move(file)), facts_(std::move(facts)), codec_(codec), colors_(colors) {}
+  EncodedImageSource(FileContents file, EncodedFacts facts, const Codec& codec, const ColorEngine* colors);
 
   [[nodiscard]] std::size_t count() const override { return facts_.imageCount; }
   [[nodiscard]] std::optional<PropertyDictionary> propertiesAt(std::size_t index) const override;
@@ -24,6 +23,7 @@ class EncodedImageSource final : public ImageSource {
   EncodedFacts facts_;
   const Codec& codec_;
   const ColorEngine* colors_;
+  ImageColor color_;  // for the colour model that the facts tell
 };
 
 }  // namespace quellor

@@ -61,7 +61,7 @@ class BitReader {
   unsigned bit() {
     const std::size_t byte = position_ / 8;
     if (byte >= bytes_.size()) throw MalformedContainer("a message ends inside a code");
-    const unsigned value = (bytes_[byte] >> (7 - position_ % 8)) & 1u;
+    const unsigned value = (static_cast<unsigned>(bytes_[byte]) >> (7 - position_ % 8)) & 1u;
     ++position_;
     return value;
   }
