@@ -29,6 +29,8 @@ std::string ownDirectory() {
 }
 
 bool load(const std::string& plugin) {
+  // The library would say on standard error that a plugin, or something that it needs, is not there.
+  if (dlopen(plugin.c_str(), RTLD_NOW | RTLD_LOCAL) == nullptr) return false;
   const heif_plugin_info* info = nullptr;
   return heif_load_plugin(plugin.c_str(), &info).code == heif_error_Ok;
 }
