@@ -1,0 +1,75 @@
+#include "platform/codecs/hevc_cabac.h"
+
+#include <algorithm>
+
+namespace quellor::hevc {
+namespace {
+
+// ITU-T H.265, table 9-52
+constexpr std::array<std::array<std::uint8_t, 4>, 64> kRangeLps = {{
+    {128, 176, 208, 240}, {128, 167, 197, 227}, {128, 158, 187, 216}, {123, 150, 178, 205}, {116, 142, 169, 195},
+    {111, 135, 160, 185}, {105, 128, 152, 175}, {100, 122, 144, 166}, {95, 116, 137, 158},  {90, 110, 130, 150},
+    {85, 104, 123, 142},  {81, 99, 117, 135},   {77, 94, 111, 128},   {73, 89, 105, 122},   {69, 85, 100, 116},
+    {66, 80, 95, 110},    {62, 76, 90, 104},    {59, 72, 86, 99},     {56, 69, 81, 94},     {53, 65, 77, 89},
+    {51, 62, 73, 85},     {48, 59, 69, 80},     {46, 56, 66, 76},     {43, 53, 63, 72},     {41, 50, 59, 69},
+    {39, 48, 56, 65},     {37, 45, 54, 62},     {35, 43, 51, 59},     {33, 41, 48, 56},     {32, 39, 46, 53},
+    {30, 37, 43, 50},     {29, 35, 41, 48},     {27, 33, 39, 45},     {26, 31, 37, 43},     {24, 30, 35, 41},
+    {23, 28, 33, 39},     {22, 27, 32, 37},     {21, 26, 30, 35},     {20, 24, 29, 33},     {19, 23, 27, 31},
+    {18, 22, 26, 30},     {17, 21, 25, 28},     {16, 20, 23, 27},     {15, 19, 22, 25},     {14, 18, 21, 24},
+    {14, 17, 20, 23},     {13, 16, 19, 22},     {12, 15, 18, 21},     {12, 14, 17, 20},     {11, 14, 16, 19},
+    {11, 13, 15, 18},     {10, 12, 15, 17},     {10, 12, 14, 16},     {9, 11, 13, 15},      {9, 11, 12, 14},
+    {8, 10, 12, 14},      {8, 9, 11, 13},       {7, 9, 11, 12},       {7, 9, 10, 12},       {7, 8, 10, 11},
+    {6, 8, 9, 11},        {6, 7, 9, 10},        {6, 7, 8, 9},         {2, 2, 2, 2},
+}};
+
+// Table 9-53, transIdxLps
+constexpr std::array<std::uint8_t, 64> kStateAfterLps = {
+    0,  0,  1,  2,  2,  4,  4,  5,  6,  7,  8,  9,  9,  11, 11, 12, 13, 13, 15, 15, 16, 16,
+    18, 18, 19, 19, 21, 21, 22, 22, 23, 24, 24, 25, 26, 26, 27, 27, 28, 29, 29, 30, 30, 30,
+    31, 32, 32, 33, 33, 33, 34, 34, 35, 35, 35, 36, 36, 36, 37, 37, 37, 38, 38, 63};
+
+constexpr StateTables buildTables() {
+  StateTables tables{};
+  for (unsigned context = 0; context < 128; ++context) {
+    const unsigned state = context >> 1;
+    const unsigned symbol = context & 1U;
+    const unsigned afterMps = state < 62 ? state + 1 : state;
+    const unsigned afterLps = kStateAfterLps[state];
+    tables.rangeLps[context] = kRangeLps[state];
+    tables.next[context] = static_cast<std::uint8_t>(afterMps * 2 + symbol);
+    tables.next[context + 128] = static_cast<std::uint8_t>(afterLps * 2 + (state == 0 ? 1 - symbol : symbol));
+  }
+  return tables;
+}
+
+}  // namespace
+
+constexpr StateTables kStateTables = buildTables();
+
+Context initialContext(int initValue, int sliceQp) {
+  const int slope = (initValue >> 4) * 5 - 45;
+  const int offset = ((initValue & 15) << 3) - 16;
+  const int state = std::clamp(((slope * std::clamp(sliceQp, 0, 51)) >> 4) + offset, 1, 126);
+  return static_cast<Context>(state > 63 ? (state - 64) * 2 + 1 : (63 - state) * 2);
+}
+
+std::uint32_t ArithmeticDecoder::wordAt(const std::uint8_t* data, std::size_t size, std::size_t position) {
+  std::uint32_t word = 0;
+  for (std::size_t i = position; i < position + sizeof(word); ++i) {
+    word = (word << 8) | (i < size ? data[i] : 0U);
+  }
+  return word;
+}
+
+std::optional<std::size_t> ArithmeticDecoder::endOfSubset() const {
+  const std::size_t used = 8 * position_ - static_cast<std::size_t>(spare_);
+  const std::size_t end = (used + 7) / 8;
+  if (end == 0 || end > size_) {
+    return std::nullopt;
+  }
+  const unsigned unusedBits = static_cast<unsigned>(8 * end - used);
+  const bool endsInOne = (data_[end - 1] & ((2U << unusedBits) - 1)) == (1U << unusedBits);
+  return endsInOne ? std::optional(end) : std::nullopt;
+}
+
+}  // namespace quellor::hevc

@@ -1,0 +1,153 @@
+#pragma once
+#include <array>
+#include <bit>
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+
+#include "platform/bytes.h"
+
+namespace quellor::hevc {
+
+/// A context variable (ITU-T H.265, 9.3.2.2): pStateIdx times two plus valMps. Wider than a byte on purpose: a store
+/// through a byte type would make the compiler reload the decoder's members after every bin.
+using Context = std::uint16_t;
+
+/// A context variable at the start of a slice, from its initValue and SliceQpY (9.3.2.2).
+[[nodiscard]] Context initialContext(int initValue, int sliceQp);
+
+/// rangeTabLps and the transitions of states in the form of Context (9.3.4.3.2).
+struct StateTables {
+  std::array<std::array<std::uint8_t, 4>, 128> rangeLps;  // by context
+  std::array<std::uint8_t, 256> next;                     // by context, plus 128 after the less probable symbol
+};
+extern const StateTables kStateTables;
+
+/// The arithmetic decoder of clause 9.3.4.3, with an exact account of the bits that it used up.
+///
+/// `value_` holds ivlOffset from bit kOffsetShift upwards and, below it, `spare_` bits that were fetched ahead; one
+/// bit above it is free for the doubling in bypass(). Past the end of the data zeros are fetched. A bin is as
+/// likely as not to be mispredicted, hence masks in place of branches.
+class ArithmeticDecoder {
+ public:
+  static constexpr int kPeek = 16;
+
+  ArithmeticDecoder() = default;
+
+  /// Starts at byte `offset` of `data`, at most its size.
+  ArithmeticDecoder(ByteView data, std::size_t offset)
+      : data_(data.data()), size_(data.size()), position_(offset), spare_(-kOffsetBits) {
+    fetch();
+  }
+
+  /// Whether the first bits are some that an encoder can have written (9.3.2.5). If not, nothing may be decoded.
+  [[nodiscard]] bool startsLegally() const { return value_ < std::uint64_t{510} << kOffsetShift; }
+
+  /// One bin of a context (9.3.4.3.2).
+  bool decode(Context& context) {
+    ensure(kMaximumShift);
+    const std::uint32_t state = context;
+    const std::uint32_t lps = kStateTables.rangeLps[state][(range_ >> 6) & 3];
+    const std::uint32_t mps = range_ - lps;
+    const std::uint64_t bound = std::uint64_t{mps} << kOffsetShift;
+    // All ones when the offset lies in the part of the less probable symbol.
+    const std::uint64_t less = ~static_cast<std::uint64_t>(static_cast<std::int64_t>(value_ - bound) >> 63);
+    const auto less32 = static_cast<std::uint32_t>(less);
+    // Both outcomes are normalised before it is known which one it is.
+    const std::uint32_t mpsShift = (mps >> (kOffsetBits - 1)) ^ 1U;
+    const auto lpsShift = static_cast<std::uint32_t>(std::countl_zero(lps) - (32 - kOffsetBits));
+    const std::uint32_t shift = mpsShift ^ ((mpsShift ^ lpsShift) & less32);
+    const std::uint32_t mpsRange = mps << mpsShift;
+    range_ = mpsRange ^ ((mpsRange ^ (lps << lpsShift)) & less32);
+    value_ = (value_ - (bound & less)) << shift;
+    spare_ -= static_cast<int>(shift);
+    context = kStateTables.next[state + (less32 & 128U)];
+    return ((state ^ less32) & 1U) != 0;
+  }
+
+  /// One bin of equal probability (9.3.4.3.4).
+  bool bypass() {
+    ensure(1);
+    --spare_;
+    value_ <<= 1;
+    const std::uint64_t bound = std::uint64_t{range_} << kOffsetShift;
+    const std::uint64_t one = ~static_cast<std::uint64_t>(static_cast<std::int64_t>(value_ - bound) >> 63);
+    value_ -= bound & one;
+    return (one & 1U) != 0;
+  }
+
+  /// The next kPeek of such bins, the first in the most significant place, without using them up.
+  std::uint32_t peekBypass() {
+    ensure(kPeek);
+    return static_cast<std::uint32_t>(value_ / (std::uint64_t{range_} << (kOffsetShift - kPeek)));
+  }
+
+  /// Uses up `count` bins, 0 to kPeek, of the `peeked` ones.
+  void skipBypass(std::uint32_t peeked, int count) {
+    spare_ -= count;
+    const std::uint64_t bins = peeked >> (kPeek - count);
+    value_ = (value_ - bins * (std::uint64_t{range_} << (kOffsetShift - count))) << count;
+  }
+
+  /// Up to kPeek such bins, the first in the most significant place.
+  std::uint32_t bypass(int count) {
+    if (count == 0) {
+      return 0;
+    }
+    const std::uint32_t peeked = peekBypass();
+    skipBypass(peeked, count);
+    return peeked >> (kPeek - count);
+  }
+
+  /// One bin before a possible end (9.3.4.3.5). After a one nothing but endOfSubset() may follow.
+  bool terminate() {
+    ensure(kMaximumShift);
+    range_ -= 2;
+    if (value_ >= std::uint64_t{range_} << kOffsetShift) {
+      return true;
+    }
+    if (range_ < 256) {
+      range_ <<= 1;
+      value_ <<= 1;
+      --spare_;
+    }
+    return false;
+  }
+
+  /// The byte after the one that holds the last bit used. Absent when that bit is not the one that ends a subset of
+  /// the data, followed by zeros only: rbsp_trailing_bits() and byte_alignment() look alike.
+  [[nodiscard]] std::optional<std::size_t> endOfSubset() const;
+
+  /// Whether bits were used that lie well beyond the data.
+  [[nodiscard]] bool overran() const { return position_ > size_ + 2 * sizeof(std::uint32_t); }
+
+ private:
+  static constexpr int kOffsetBits = 9;
+  static constexpr int kOffsetShift = 63 - kOffsetBits;
+  static constexpr int kMaximumShift = 8;
+
+  void ensure(int bits) {
+    if (spare_ < bits) [[unlikely]] {
+      fetch();
+    }
+  }
+
+  void fetch() {
+    const std::uint32_t word = wordAt(data_, size_, position_);
+    position_ += sizeof(word);
+    spare_ += 32;
+    value_ |= std::uint64_t{word} << (kOffsetShift - spare_);
+  }
+
+  /// Four bytes of `data`, zeros where it has ended. Takes no `this`, which lets the members live in registers.
+  static std::uint32_t wordAt(const std::uint8_t* data, std::size_t size, std::size_t position);
+
+  const std::uint8_t* data_ = nullptr;
+  std::size_t size_ = 0;
+  std::size_t position_ = 0;  // of the next byte to fetch
+  std::uint64_t value_ = 0;
+  std::uint32_t range_ = 510;
+  int spare_ = 0;
+};
+
+}  // namespace quellor::hevc

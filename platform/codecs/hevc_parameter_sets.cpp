@@ -1,0 +1,247 @@
+#include "platform/codecs/hevc_parameter_sets.h"
+
+#include <algorithm>
+
+#include "platform/codecs/codec.h"
+#include "platform/codecs/hevc_vui.h"
+
+namespace quellor::hevc {
+namespace {
+
+constexpr unsigned kMaximumSide = 1U << 20;
+
+void skipProfileTierLevel(BitReader& reader, unsigned subLayers) {
+  reader.skip(88 + 8);
+  unsigned present[8] = {};
+  for (unsigned i = 0; i < subLayers; ++i) {
+    present[i] = reader.bits(2);
+  }
+  if (subLayers > 0) {
+    reader.skip(2 * (8 - subLayers));
+  }
+  for (unsigned i = 0; i < subLayers; ++i) {
+    reader.skip(((present[i] & 2U) != 0 ? 88U : 0U) + ((present[i] & 1U) != 0 ? 8U : 0U));
+  }
+}
+
+void skipScalingLists(BitReader& reader) {
+  for (unsigned size = 0; size < 4; ++size) {
+    for (unsigned matrix = 0; matrix < 6; matrix += size == 3 ? 3 : 1) {
+      if (!reader.flag()) {
+        reader.unsignedGolomb(5);
+        continue;
+      }
+      const unsigned coefficients = std::min(64U, 1U << (4 + (size << 1)));
+      for (unsigned i = 0; i < coefficients + (size > 1 ? 1 : 0); ++i) {
+        reader.signedGolomb();
+      }
+    }
+  }
+}
+
+void readBlockSizes(BitReader& reader, Sps& sps) {
+  sps.minCbLog2 = 3 + reader.unsignedGolomb(3);
+  sps.ctbLog2 = sps.minCbLog2 + reader.unsignedGolomb(3);
+  sps.minTbLog2 = 2 + reader.unsignedGolomb(3);
+  sps.maxTbLog2 = sps.minTbLog2 + reader.unsignedGolomb(3);
+  reader.unsignedGolomb(4);
+  sps.maxIntraTransformDepth = reader.unsignedGolomb(4);
+}
+
+bool hasLegalBlockSizes(const Sps& sps) {
+  const unsigned minCbMask = (1U << sps.minCbLog2) - 1;
+  return sps.ctbLog2 >= 4 && sps.ctbLog2 <= 6 && sps.minTbLog2 < sps.minCbLog2 &&
+         sps.maxTbLog2 <= std::min(sps.ctbLog2, 5U) && sps.width > 0 && sps.height > 0 &&
+         (sps.width & minCbMask) == 0 && (sps.height & minCbMask) == 0 &&
+         std::uint64_t{sps.width} * sps.height <= kMaximumPixels;
+}
+
+void readPcm(BitReader& reader, Sps& sps) {
+  sps.pcmDepthLuma = reader.bits(4) + 1;
+  sps.pcmDepthChroma = reader.bits(4) + 1;
+  sps.minPcmLog2 = 3 + reader.unsignedGolomb(2);
+  sps.maxPcmLog2 = sps.minPcmLog2 + reader.unsignedGolomb(2);
+  reader.flag();
+}
+
+void readReferenceSets(BitReader& reader, Sps& sps) {
+  sps.shortTermSets = reader.unsignedGolomb(64);
+  for (unsigned i = 0; i < sps.shortTermSets && !sps.unusual; ++i) {
+    sps.unusual = !skipShortTermSet(reader, i);
+  }
+  if (sps.unusual) {
+    return;
+  }
+  sps.longTermPictures = reader.flag();
+  if (sps.longTermPictures) {
+    sps.longTermCandidates = reader.unsignedGolomb(32);
+    for (unsigned i = 0; i < sps.longTermCandidates; ++i) {
+      reader.skip(sps.pocBits + 1);
+    }
+  }
+}
+
+/// sps_range_extension and its siblings: whether any of them may change how an intra slice is parsed.
+bool mayChangeIntraParsing(BitReader& reader) {
+  if (!reader.flag()) {
+    return false;
+  }
+  const bool range = reader.flag();
+  const bool others = (reader.bits(7) & 0x3FU) != 0;  // all but the multilayer extension
+  if (!range) {
+    return others;
+  }
+  // transform_skip_rotation, transform_skip_context, implicit_rdpcm, explicit_rdpcm, extended_precision,
+  // intra_smoothing_disabled, high_precision_offsets, persistent_rice_adaptation, cabac_bypass_alignment.
+  constexpr std::uint32_t kHarmless = 0b100101100;
+  return others || (reader.bits(9) & ~kHarmless) != 0;
+}
+
+bool ppsMayChangeIntraParsing(BitReader& reader, bool transformSkip) {
+  if (!reader.flag()) {
+    return false;
+  }
+  const bool range = reader.flag();
+  const bool others = (reader.bits(7) & 0x3FU) != 0;
+  if (!range) {
+    return others;
+  }
+  const bool largeTransformSkip = transformSkip && reader.unsignedGolomb(3) != 0;
+  const bool crossComponent = reader.flag();
+  const bool chromaQpOffsets = reader.flag();
+  return others || largeTransformSkip || crossComponent || chromaQpOffsets;
+}
+
+void readTiles(BitReader& reader, Pps& pps) {
+  constexpr unsigned kMaximumTiles = 1024;  // far above the 20 x 22 of the highest level (table A.8)
+  pps.tileColumns = reader.unsignedGolomb(kMaximumTiles) + 1;
+  pps.tileRows = reader.unsignedGolomb(kMaximumTiles) + 1;
+  pps.uniformTiles = reader.flag();
+  if (!pps.uniformTiles) {
+    for (unsigned i = 1; i < pps.tileColumns && !reader.failed(); ++i) {
+      pps.tileWidths.push_back(reader.unsignedGolomb(kMaximumSide) + 1);
+    }
+    for (unsigned i = 1; i < pps.tileRows && !reader.failed(); ++i) {
+      pps.tileHeights.push_back(reader.unsignedGolomb(kMaximumSide) + 1);
+    }
+  }
+  reader.flag();
+}
+
+}  // namespace
+
+bool skipShortTermSet(BitReader& reader, unsigned index) {
+  if (index != 0 && reader.flag()) {
+    return false;
+  }
+  const unsigned negative = reader.unsignedGolomb(16);
+  const unsigned positive = reader.unsignedGolomb(16);
+  for (unsigned i = 0; i < negative + positive; ++i) {
+    reader.unsignedGolomb();
+    reader.flag();
+  }
+  return true;
+}
+
+std::optional<Sps> parseSps(ByteView payload, unsigned& id) {
+  BitReader reader(payload);
+  Sps sps;
+  reader.skip(4);
+  const unsigned subLayers = reader.bits(3);
+  reader.skip(1);
+  skipProfileTierLevel(reader, subLayers);
+  id = reader.unsignedGolomb(kMaximumSps - 1);
+  sps.chromaArrayType = reader.unsignedGolomb(3);
+  sps.unusual = sps.chromaArrayType == 3 && reader.flag();  // separate colour planes
+  sps.width = reader.unsignedGolomb(kMaximumSide);
+  sps.height = reader.unsignedGolomb(kMaximumSide);
+  if (reader.flag()) {  // conformance window
+    for (int side = 0; side < 4; ++side) {
+      reader.unsignedGolomb(kMaximumSide);
+    }
+  }
+  sps.bitDepthLuma = 8 + reader.unsignedGolomb(8);
+  sps.bitDepthChroma = 8 + reader.unsignedGolomb(8);
+  sps.pocBits = 4 + reader.unsignedGolomb(12);
+  for (unsigned i = reader.flag() ? 0 : subLayers; i <= subLayers; ++i) {
+    reader.unsignedGolomb();
+    reader.unsignedGolomb();
+    reader.unsignedGolomb();
+  }
+  readBlockSizes(reader, sps);
+  if (reader.flag() && reader.flag()) {
+    skipScalingLists(reader);
+  }
+  reader.flag();  // asymmetric motion partitions
+  sps.sao = reader.flag();
+  sps.pcm = reader.flag();
+  if (sps.pcm) {
+    readPcm(reader, sps);
+  }
+  readReferenceSets(reader, sps);
+  if (!sps.unusual) {
+    sps.temporalMvp = reader.flag();
+    reader.flag();  // strong intra smoothing
+    if (reader.flag()) {
+      skipVui(reader, subLayers);
+    }
+    sps.unusual = mayChangeIntraParsing(reader);
+  }
+  if (reader.failed() || !hasLegalBlockSizes(sps)) {
+    return std::nullopt;
+  }
+  return sps;
+}
+
+std::optional<Pps> parsePps(ByteView payload, unsigned& id) {
+  BitReader reader(payload);
+  Pps pps;
+  id = reader.unsignedGolomb(kMaximumPps - 1);
+  pps.spsId = reader.unsignedGolomb(kMaximumSps - 1);
+  pps.dependentSegments = reader.flag();
+  pps.outputFlag = reader.flag();
+  pps.extraHeaderBits = reader.bits(3);
+  pps.signHiding = reader.flag();
+  reader.flag();  // cabac_init_present
+  reader.unsignedGolomb(14);
+  reader.unsignedGolomb(14);
+  pps.initQp = 26 + std::clamp(reader.signedGolomb(), -100, 100);
+  reader.flag();  // constrained intra prediction
+  pps.transformSkip = reader.flag();
+  pps.cuQpDelta = reader.flag();
+  if (pps.cuQpDelta) {
+    pps.cuQpDeltaDepth = reader.unsignedGolomb(3);
+  }
+  reader.signedGolomb();
+  reader.signedGolomb();
+  pps.sliceChromaQpOffsets = reader.flag();
+  reader.skip(2);  // weighted prediction
+  pps.transquantBypass = reader.flag();
+  pps.tiles = reader.flag();
+  pps.wavefront = reader.flag();
+  if (pps.tiles) {
+    readTiles(reader, pps);
+  }
+  pps.filterAcrossSlices = reader.flag();
+  if (reader.flag()) {
+    pps.deblockingOverride = reader.flag();
+    pps.deblockingDisabled = reader.flag();
+    if (!pps.deblockingDisabled) {
+      reader.signedGolomb();
+      reader.signedGolomb();
+    }
+  }
+  if (reader.flag()) {
+    skipScalingLists(reader);
+  }
+  reader.flag();  // lists modification
+  reader.unsignedGolomb(4);
+  pps.headerExtension = reader.flag();
+  pps.unusual = ppsMayChangeIntraParsing(reader, pps.transformSkip);
+  if (reader.failed()) {
+    return std::nullopt;
+  }
+  return pps;
+}
+
+}  // namespace quellor::hevc

@@ -1,0 +1,85 @@
+#pragma once
+#include <cstdint>
+#include <optional>
+#include <vector>
+
+#include "platform/codecs/hevc_bit_reader.h"
+
+/// What of HEVC's parameter sets (ITU-T H.265, 7.3.2) decides how slices are parsed and how large they are.
+namespace quellor::hevc {
+
+// chroma_format_idc (table 6-1)
+inline constexpr unsigned kMonochrome = 0;
+inline constexpr unsigned k420 = 1;
+inline constexpr unsigned k422 = 2;
+inline constexpr unsigned k444 = 3;
+
+/// `unusual` marks a set that allows coding tools which the parser of slices does not follow: those of the range and
+/// screen content extensions that change how an intra slice is parsed, separate colour planes, predicted sets of
+/// reference pictures.
+struct Sps {
+  bool unusual = false;
+  unsigned chromaArrayType = k420;
+  unsigned width = 0;  // in luma samples, a multiple of the smallest coding block
+  unsigned height = 0;
+  unsigned bitDepthLuma = 8;
+  unsigned bitDepthChroma = 8;
+  unsigned pocBits = 4;
+  unsigned minCbLog2 = 3;
+  unsigned ctbLog2 = 4;
+  unsigned minTbLog2 = 2;
+  unsigned maxTbLog2 = 5;
+  unsigned maxIntraTransformDepth = 0;
+  bool sao = false;
+  bool pcm = false;
+  unsigned pcmDepthLuma = 8;
+  unsigned pcmDepthChroma = 8;
+  unsigned minPcmLog2 = 3;
+  unsigned maxPcmLog2 = 5;
+  unsigned shortTermSets = 0;
+  bool longTermPictures = false;
+  unsigned longTermCandidates = 0;
+  bool temporalMvp = false;
+
+  [[nodiscard]] unsigned ctbColumns() const { return ((width - 1) >> ctbLog2) + 1; }
+  [[nodiscard]] unsigned ctbRows() const { return ((height - 1) >> ctbLog2) + 1; }
+};
+
+struct Pps {
+  bool unusual = false;
+  unsigned spsId = 0;
+  bool dependentSegments = false;
+  bool outputFlag = false;
+  unsigned extraHeaderBits = 0;
+  bool signHiding = false;
+  int initQp = 26;
+  bool transformSkip = false;
+  bool cuQpDelta = false;
+  unsigned cuQpDeltaDepth = 0;
+  bool sliceChromaQpOffsets = false;
+  bool transquantBypass = false;
+  bool tiles = false;
+  bool wavefront = false;
+  unsigned tileColumns = 1;
+  unsigned tileRows = 1;
+  bool uniformTiles = true;
+  std::vector<unsigned> tileWidths;   // in coding tree blocks, all but the last; empty when uniform
+  std::vector<unsigned> tileHeights;  //
+  bool filterAcrossSlices = false;
+  bool deblockingOverride = false;
+  bool deblockingDisabled = false;
+  bool headerExtension = false;
+};
+
+/// `payload` is the unit behind its two-byte header, without emulation prevention; `id` receives the set's number.
+/// Absent when the set breaks the standard's rules. May throw std::bad_alloc.
+[[nodiscard]] std::optional<Sps> parseSps(ByteView payload, unsigned& id);
+[[nodiscard]] std::optional<Pps> parsePps(ByteView payload, unsigned& id);
+
+/// st_ref_pic_set( index ) of 7.3.7. False when it is predicted from another set, which is not followed here.
+[[nodiscard]] bool skipShortTermSet(BitReader& reader, unsigned index);
+
+inline constexpr unsigned kMaximumSps = 16;  // 7.4.3.2.1
+inline constexpr unsigned kMaximumPps = 64;  // 7.4.3.3.1
+
+}  // namespace quellor::hevc

@@ -1,0 +1,287 @@
+#include "platform/codecs/hevc_residual.h"
+
+#include <algorithm>
+#include <bit>
+#include <cstdint>
+#include <utility>
+
+namespace quellor::hevc {
+namespace {
+
+struct Position {
+  std::uint8_t x = 0;
+  std::uint8_t y = 0;
+};
+
+template <unsigned size>
+using ScanOrder = std::array<Position, std::size_t{size} * size>;
+
+// 6.5.3 to 6.5.5
+template <unsigned size>
+constexpr std::array<ScanOrder<size>, 3> buildScans() {
+  std::array<ScanOrder<size>, 3> scans{};
+  unsigned i = 0;
+  for (unsigned diagonal = 0; diagonal < 2 * size - 1; ++diagonal) {
+    for (unsigned x = 0; x <= diagonal; ++x) {
+      if (x < size && diagonal - x < size) {
+        scans[0][i++] = {static_cast<std::uint8_t>(x), static_cast<std::uint8_t>(diagonal - x)};
+      }
+    }
+  }
+  for (i = 0; i < size * size; ++i) {
+    scans[1][i] = {static_cast<std::uint8_t>(i % size), static_cast<std::uint8_t>(i / size)};
+    scans[2][i] = {static_cast<std::uint8_t>(i / size), static_cast<std::uint8_t>(i % size)};
+  }
+  return scans;
+}
+
+constexpr auto kScan1 = buildScans<1>();
+constexpr auto kScan2 = buildScans<2>();
+constexpr auto kScan4 = buildScans<4>();
+constexpr auto kScan8 = buildScans<8>();
+
+const Position* subBlockOrder(unsigned log2Size, Scan scan) {
+  const auto index = static_cast<std::size_t>(scan);
+  switch (log2Size) {
+    case 2:
+      return kScan1[index].data();
+    case 3:
+      return kScan2[index].data();
+    case 4:
+      return kScan4[index].data();
+    default:
+      return kScan8[index].data();
+  }
+}
+
+unsigned indexOf(const Position* order, unsigned x, unsigned y) {
+  unsigned index = 0;
+  while (order[index].x != x || order[index].y != y) {
+    ++index;
+  }
+  return index;
+}
+
+/// sigCtx of 9.3.4.2.5 inside a sub-block, by the coded flags of the sub-blocks to the right (1) and below (2), and
+/// by the place in the sub-block; the last table is that of 4x4 blocks.
+constexpr std::array<std::array<std::uint8_t, 16>, 5> kSignificantInSubBlock = {{
+    {2, 1, 1, 0, 1, 1, 0, 0, 1, 0, 0, 0, 0, 0, 0, 0},
+    {2, 2, 2, 2, 1, 1, 1, 1, 0, 0, 0, 0, 0, 0, 0, 0},
+    {2, 1, 0, 0, 2, 1, 0, 0, 2, 1, 0, 0, 2, 1, 0, 0},
+    {2, 2, 2, 2, 2, 2, 2, 2, 2, 2, 2, 2, 2, 2, 2, 2},
+    {0, 1, 4, 5, 2, 3, 4, 5, 6, 6, 8, 8, 7, 7, 8, 8},
+}};
+
+/// The same by the place in the scan.
+constexpr auto buildSignificantByScan() {
+  std::array<std::array<std::array<std::uint8_t, 16>, 5>, 3> tables{};
+  for (std::size_t scan = 0; scan < 3; ++scan) {
+    for (std::size_t pattern = 0; pattern < 5; ++pattern) {
+      for (std::size_t i = 0; i < 16; ++i) {
+        const Position at = kScan4[scan][i];
+        tables[scan][pattern][i] = kSignificantInSubBlock[pattern][std::size_t{at.y} * 4 + at.x];
+      }
+    }
+  }
+  return tables;
+}
+
+constexpr auto kSignificantByScan = buildSignificantByScan();
+
+constexpr unsigned kMaximumLevel = 1U << 15;  // of 16-bit coefficients
+constexpr int kMaximumPrefix = 18;            // that such a level can have
+
+/// The state of one residual_coding().
+class ResidualParser {
+ public:
+  ResidualParser(const ArithmeticDecoder& decoder, Contexts& contexts, const ResidualBlock& block)
+      : decoder_(decoder), contexts_(contexts), block_(block) {}
+
+  bool parse();
+
+  [[nodiscard]] const ArithmeticDecoder& decoder() const { return decoder_; }
+
+ private:
+  unsigned lastPrefix(std::array<Context, 18>& contexts);
+  unsigned lastCoordinate(unsigned prefix);
+  bool codedSubBlock(Position at);
+  unsigned significantOffset(bool firstSubBlock) const;
+  unsigned significance(unsigned subBlock, Position at, bool isLast, unsigned lastInSubBlock);
+  bool levels(unsigned significant, bool firstSubBlock);
+  unsigned escapePrefix();
+  bool remainingLevel(unsigned base, unsigned& rice);
+
+  ArithmeticDecoder decoder_;  // a copy, so that the compiler can keep it in registers
+  Contexts& contexts_;
+  const ResidualBlock& block_;
+  std::array<std::uint8_t, 9> codedRows_{};  // bit x of row y: the sub-block is coded
+  unsigned greater1Context_ = 1;
+  bool firstLevels_ = true;
+};
+
+unsigned ResidualParser::lastPrefix(std::array<Context, 18>& contexts) {
+  const unsigned log2 = block_.log2Size;
+  const unsigned offset = block_.chroma ? 15 : 3 * (log2 - 2) + ((log2 - 1) >> 2);
+  const unsigned shift = block_.chroma ? log2 - 2 : (log2 + 1) >> 2;
+  const unsigned maximum = (log2 << 1) - 1;
+  unsigned prefix = 0;
+  while (prefix < maximum && decoder_.decode(contexts[offset + (prefix >> shift)])) {
+    ++prefix;
+  }
+  return prefix;
+}
+
+unsigned ResidualParser::lastCoordinate(unsigned prefix) {
+  if (prefix <= 3) {
+    return prefix;
+  }
+  const unsigned bits = (prefix >> 1) - 1;
+  return (1U << bits) * (2 + (prefix & 1U)) + decoder_.bypass(static_cast<int>(bits));
+}
+
+bool ResidualParser::codedSubBlock(Position at) {
+  const bool right = ((codedRows_[at.y] >> (at.x + 1)) & 1U) != 0;
+  const bool below = ((codedRows_[at.y + 1U] >> at.x) & 1U) != 0;
+  return decoder_.decode(contexts_.codedSubBlock[(right || below ? 1U : 0U) + (block_.chroma ? 2U : 0U)]);
+}
+
+unsigned ResidualParser::significantOffset(bool firstSubBlock) const {
+  const unsigned log2 = block_.log2Size;
+  if (block_.chroma) {
+    return 27 + (log2 == 2 ? 0 : log2 == 3 ? 9 : 12);
+  }
+  if (log2 == 2) {
+    return 0;
+  }
+  return (firstSubBlock ? 0U : 3U) + (log2 == 3 ? (block_.scan == Scan::diagonal ? 9U : 15U) : 21U);
+}
+
+/// Bit n of the result: the coefficient at place n of the sub-block's scan is not zero.
+unsigned ResidualParser::significance(unsigned subBlock, Position at, bool isLast, unsigned lastInSubBlock) {
+  const bool inner = subBlock > 0 && !isLast;
+  if (inner && !codedSubBlock(at)) {
+    return 0;
+  }
+  codedRows_[at.y] = static_cast<std::uint8_t>(codedRows_[at.y] | (1U << at.x));
+  const unsigned right = (codedRows_[at.y] >> (at.x + 1)) & 1U;
+  const unsigned below = (codedRows_[at.y + 1U] >> at.x) & 1U;
+  const unsigned pattern = block_.log2Size == 2 ? 4 : right + 2 * below;
+  const auto& table = kSignificantByScan[static_cast<std::size_t>(block_.scan)][pattern];
+  Context* const contexts = contexts_.significant.data() + significantOffset(subBlock == 0);
+
+  unsigned significant = isLast ? 1U << lastInSubBlock : 0U;
+  for (unsigned n = isLast ? lastInSubBlock : 16; n-- > 1;) {
+    significant |= decoder_.decode(contexts[table[n]]) ? 1U << n : 0U;
+  }
+  if (isLast && lastInSubBlock == 0) {
+    return significant;
+  }
+  if (inner && significant == 0) {
+    return 1;  // inferSbDcSigCoeffFlag
+  }
+  // The block's first coefficient has a context of its own.
+  Context& first = subBlock == 0 ? contexts_.significant[block_.chroma ? 27 : 0] : contexts[table[0]];
+  return significant | (decoder_.decode(first) ? 1U : 0U);
+}
+
+/// The ones before a zero; more than any prefix has when they go on.
+unsigned ResidualParser::escapePrefix() {
+  const std::uint32_t bins = decoder_.peekBypass();
+  int prefix = std::countl_one(bins << (32 - ArithmeticDecoder::kPeek));
+  if (prefix < ArithmeticDecoder::kPeek) {
+    decoder_.skipBypass(bins, prefix + 1);
+    return static_cast<unsigned>(prefix);
+  }
+  decoder_.skipBypass(bins, ArithmeticDecoder::kPeek);
+  while (prefix <= kMaximumPrefix && decoder_.bypass()) {
+    ++prefix;
+  }
+  return static_cast<unsigned>(prefix);
+}
+
+// 9.3.3.11
+bool ResidualParser::remainingLevel(unsigned base, unsigned& rice) {
+  const unsigned prefix = escapePrefix();
+  const unsigned suffixBits = prefix <= 3 ? rice : prefix - 3 + rice;
+  if (suffixBits > ArithmeticDecoder::kPeek) {
+    return false;
+  }
+  const unsigned start = prefix <= 3 ? prefix << rice : ((1U << (prefix - 3)) + 2) << rice;
+  const unsigned level = base + start + decoder_.bypass(static_cast<int>(suffixBits));
+  rice = std::min(rice + (level > 3U << rice ? 1U : 0U), 4U);
+  return level <= kMaximumLevel;
+}
+
+bool ResidualParser::levels(unsigned significant, bool firstSubBlock) {
+  constexpr unsigned kMaximumGreater1 = 8;
+  // The next context after a flag of 0 and of 1.
+  constexpr std::array<std::array<std::uint8_t, 4>, 2> kNextGreater1 = {{{0, 2, 3, 3}, {0, 0, 0, 0}}};
+  unsigned set = firstSubBlock || block_.chroma ? 0 : 2;
+  if (!firstLevels_ && greater1Context_ == 0) {
+    ++set;
+  }
+  firstLevels_ = false;
+  unsigned context = 1;
+  const unsigned count = static_cast<unsigned>(std::popcount(significant));
+  Context* const contexts = contexts_.greater1.data() + set * 4 + (block_.chroma ? 16 : 0);
+  unsigned greater1 = 0;  // bit i: of the coefficient at place i in the order of coding
+  for (unsigned i = 0; i < std::min(count, kMaximumGreater1); ++i) {
+    const unsigned bin = decoder_.decode(contexts[context]) ? 1 : 0;
+    greater1 |= bin << i;
+    context = kNextGreater1[bin][context];
+  }
+  greater1Context_ = context;
+  const unsigned first = greater1 & (0U - greater1);
+  const bool greater2 = first != 0 && decoder_.decode(contexts_.greater2[set + (block_.chroma ? 4 : 0)]);
+
+  const int lastPlace = static_cast<int>(std::bit_width(significant)) - 1;
+  const int firstPlace = std::countr_zero(significant);
+  const bool signHidden = block_.signHiding && lastPlace - firstPlace > 3;
+  decoder_.bypass(static_cast<int>(count) - (signHidden ? 1 : 0));
+
+  // coeff_abs_level_remaining is coded where the flags say as much as they can.
+  const unsigned withoutFlags = ((1U << count) - 1) & ~((1U << kMaximumGreater1) - 1);
+  unsigned open = (greater2 ? greater1 : greater1 & ~first) | withoutFlags;
+  for (unsigned rice = 0; open != 0; open &= open - 1) {
+    const unsigned lowest = open & (0U - open);
+    const unsigned base = lowest == first ? 3 : (lowest & withoutFlags) != 0 ? 1 : 2;
+    if (!remainingLevel(base, rice)) {
+      return false;
+    }
+  }
+  return true;
+}
+
+bool ResidualParser::parse() {
+  if (block_.transformSkipFlag) {
+    decoder_.decode(contexts_.transformSkip[block_.chroma ? 1 : 0]);
+  }
+  const unsigned prefixX = lastPrefix(contexts_.lastPrefix[0]);
+  const unsigned prefixY = lastPrefix(contexts_.lastPrefix[1]);
+  unsigned lastX = lastCoordinate(prefixX);
+  unsigned lastY = lastCoordinate(prefixY);
+  if (block_.scan == Scan::vertical) {
+    std::swap(lastX, lastY);
+  }
+  const Position* const subBlocks = subBlockOrder(block_.log2Size, block_.scan);
+  const unsigned last = indexOf(subBlocks, lastX >> 2, lastY >> 2);
+  const unsigned lastInSubBlock = indexOf(kScan4[static_cast<std::size_t>(block_.scan)].data(), lastX & 3, lastY & 3);
+  for (unsigned i = last + 1; i-- > 0;) {
+    const unsigned significant = significance(i, subBlocks[i], i == last, lastInSubBlock);
+    if (significant != 0 && !levels(significant, i == 0)) {
+      return false;
+    }
+  }
+  return true;
+}
+
+}  // namespace
+
+bool parseResidual(ArithmeticDecoder& decoder, Contexts& contexts, const ResidualBlock& block) {
+  ResidualParser parser(decoder, contexts, block);
+  const bool valid = parser.parse();
+  decoder = parser.decoder();
+  return valid;
+}
+
+}  // namespace quellor::hevc

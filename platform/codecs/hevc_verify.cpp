@@ -1,0 +1,132 @@
+#include "platform/codecs/hevc_verify.h"
+
+#include <algorithm>
+#include <array>
+#include <utility>
+#include <vector>
+
+#include "platform/codecs/hevc_slice_data.h"
+
+namespace quellor::hevc {
+namespace {
+
+class ParameterSets {
+ public:
+  /// Keeps a set that is understood; other units are none of its business.
+  void store(const NalUnit& unit);
+
+  /// The sets that the slice segment in `raw` asks for, or null.
+  struct Active {
+    const Sps* sps = nullptr;
+    const Pps* pps = nullptr;
+  };
+  [[nodiscard]] Active activeFor(const RawPayload& raw, unsigned unitType) const;
+
+ private:
+  std::array<std::optional<Sps>, kMaximumSps> sps_;
+  std::array<std::optional<Pps>, kMaximumPps> pps_;
+};
+
+void ParameterSets::store(const NalUnit& unit) {
+  if (unit.type != kSpsUnit && unit.type != kPpsUnit) {
+    return;
+  }
+  const RawPayload raw = removeEmulationPrevention(unit.payload);
+  unsigned id = 0;
+  if (unit.type == kPpsUnit) {
+    if (auto pps = parsePps(raw.bytes, id)) {
+      pps_[id] = std::move(pps);
+    }
+  } else if (auto sps = parseSps(raw.bytes, id)) {
+    sps_[id] = std::move(sps);
+  }
+}
+
+ParameterSets::Active ParameterSets::activeFor(const RawPayload& raw, unsigned unitType) const {
+  const unsigned id = parsePpsId(raw.bytes, unitType);
+  if (id >= kMaximumPps || !pps_[id] || !sps_[pps_[id]->spsId]) {
+    return {};
+  }
+  return {&*sps_[pps_[id]->spsId], &*pps_[id]};
+}
+
+bool isSliceSegment(const NalUnit& unit) { return unit.type < kFirstParameterSetUnit; }
+
+class Verifier {
+ public:
+  Verdict verify(std::span<const NalUnit> units);
+
+ private:
+  Verdict verifySegment(const NalUnit& unit);
+
+  ParameterSets sets_;
+  ParameterSets::Active active_;
+  std::optional<PictureParser> picture_;
+  SliceHeader header_;
+};
+
+Verdict Verifier::verifySegment(const NalUnit& unit) {
+  const RawPayload raw = removeEmulationPrevention(unit.payload);
+  const auto active = sets_.activeFor(raw, unit.type);
+  if (active.sps == nullptr || active.sps->unusual || active.pps->unusual) {
+    return Verdict::unknown;
+  }
+  if (!picture_) {
+    active_ = active;
+    picture_.emplace(*active.sps, *active.pps);
+  }
+  if (active.pps != active_.pps) {  // allowed by the standard, seen nowhere
+    return Verdict::unknown;
+  }
+  const Parsed parsed = parseSliceHeader(raw.bytes, unit.type, *active.sps, *active.pps, header_);
+  if (parsed != Parsed::yes) {
+    return parsed == Parsed::unusual ? Verdict::unknown : Verdict::damaged;
+  }
+  std::vector<std::size_t> removed;
+  for (const std::size_t place : raw.removed) {
+    if (place > header_.size) {
+      removed.push_back(place - header_.size);
+    }
+  }
+  const bool intact = picture_->parse(header_, ByteView(raw.bytes).subspan(header_.size), removed);
+  return intact ? Verdict::intact : Verdict::damaged;
+}
+
+Verdict Verifier::verify(std::span<const NalUnit> units) {
+  for (const NalUnit& unit : units) {
+    if (!isSliceSegment(unit)) {
+      if (!picture_) {  // none may change inside a picture, and pointers to them are kept
+        sets_.store(unit);
+      }
+      continue;
+    }
+    const Verdict verdict = verifySegment(unit);
+    if (verdict != Verdict::intact) {
+      return verdict;
+    }
+  }
+  return picture_ && picture_->complete() ? Verdict::intact : Verdict::damaged;
+}
+
+}  // namespace
+
+Verdict verify(std::span<const NalUnit> units) { return Verifier().verify(units); }
+
+std::optional<PictureShape> shapeOf(std::span<const NalUnit> units) {
+  ParameterSets sets;
+  for (const NalUnit& unit : units) {
+    if (!isSliceSegment(unit)) {
+      sets.store(unit);
+      continue;
+    }
+    const std::size_t headerStart = std::min<std::size_t>(unit.payload.size(), 16);
+    const auto active = sets.activeFor(removeEmulationPrevention(unit.payload.first(headerStart)), unit.type);
+    if (active.sps == nullptr) {
+      return std::nullopt;
+    }
+    return PictureShape{std::uint64_t{active.sps->width} * active.sps->height, active.pps->wavefront};
+  }
+  return std::nullopt;
+}
+
+}  // namespace quellor::hevc

@@ -1,0 +1,36 @@
+#pragma once
+#include <cstdint>
+#include <optional>
+#include <span>
+
+#include "platform/codecs/hevc_nal.h"
+
+namespace quellor::hevc {
+
+enum class Verdict : std::uint8_t {
+  intact,   // every slice segment's arithmetic code ends exactly where its data end, and they cover the picture
+  damaged,  // that does not hold
+  unknown,  // the picture uses coding tools that are not followed here
+};
+
+/// Judges the one picture that `units` code without decoding it, in about half the time that decoding takes. May
+/// throw std::bad_alloc.
+///
+/// Why: an arithmetic code has no redundancy. A damaged one decodes to some other picture, a cut one goes on as if
+/// more data followed, and decoders, made for broadcasts, hand out what comes of it: libavcodec with all error
+/// recognition on misses a third to a half of the damage and most cuts. What damage does upset is where the code
+/// ends. The flag that ends a segment must come after its last coding tree unit, and the last bit used must be the
+/// last of the data. Both hold by chance once in many thousand times, not to speak of the syntax elements whose range
+/// is checked on the way. Beyond that, a damaged picture cannot be told from another valid one.
+[[nodiscard]] Verdict verify(std::span<const NalUnit> units);
+
+/// What the parameter sets say of a picture.
+struct PictureShape {
+  std::uint64_t pixels = 0;
+  bool wavefront = false;  // rows can be decoded at the same time
+};
+
+/// Absent when the first slice segment's parameter sets are not there or not understood.
+[[nodiscard]] std::optional<PictureShape> shapeOf(std::span<const NalUnit> units);
+
+}  // namespace quellor::hevc
