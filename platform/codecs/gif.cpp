@@ -5,10 +5,9 @@
 
 #include <gif_lib.h>
 
-#include "platform/codecs/codec.h"
+#include "platform/codecs/codec_module.h"
 #include "platform/codecs/gif_records.h"
 #include "platform/codecs/sample_memory.h"
-#include "platform/module.h"
 
 namespace quellor {
 namespace {
@@ -139,17 +138,7 @@ std::optional<EncodedFacts> describeFile(ByteView file) {
   return facts;
 }
 
-std::optional<EncodedFacts> describe(ByteView file) noexcept try { return describeFile(file); } catch (...) {
-  return std::nullopt;
-}
-
-std::optional<Raster> decode(ByteView file) noexcept try { return decodeFile(file); } catch (...) {
-  return std::nullopt;
-}
-
-constexpr Codec kCodec{describe, decode};
-
 }  // namespace
 }  // namespace quellor
 
-QUELLOR_MODULE_ENTRY const quellor::Codec* quellorCodec() { return &quellor::kCodec; }
+QUELLOR_CODEC_MODULE(quellor::describeFile, quellor::decodeFile)

@@ -1,4 +1,4 @@
 quellor_module(jpeg
   SOURCES jpeg.cpp jpeg_decode.cpp jpeg_decode.h jpeg_markers.cpp jpeg_markers.h jpeg_session.cpp jpeg_session.h
-    photoshop_resources.cpp photoshop_resources.h byte_reader.h sample_memory.h
+    photoshop_resources.cpp photoshop_resources.h big_endian.h sample_memory.h
   PACKAGES libjpeg)

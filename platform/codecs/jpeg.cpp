@@ -1,12 +1,10 @@
-#include <exception>
 #include <optional>
 #include <utility>
 
-#include "platform/codecs/codec.h"
+#include "platform/codecs/codec_module.h"
 #include "platform/codecs/jpeg_decode.h"
 #include "platform/codecs/jpeg_markers.h"
 #include "platform/codecs/jpeg_session.h"
-#include "platform/module.h"
 
 namespace quellor::jpeg {
 namespace {
@@ -53,20 +51,7 @@ std::optional<EncodedFacts> describeFile(ByteView file) {
   return facts;
 }
 
-std::optional<EncodedFacts> describe(ByteView file) noexcept try {
-  return describeFile(file);
-} catch (const std::exception&) {
-  return std::nullopt;
-}
-
-std::optional<Raster> decode(ByteView file) noexcept try { return decodeFile(file); } catch (const std::exception&) {
-  return std::nullopt;
-}
-
 }  // namespace
 }  // namespace quellor::jpeg
 
-QUELLOR_MODULE_ENTRY const quellor::Codec* quellorCodec() {
-  static constexpr quellor::Codec kCodec{quellor::jpeg::describe, quellor::jpeg::decode};
-  return &kCodec;
-}
+QUELLOR_CODEC_MODULE(quellor::jpeg::describeFile, quellor::jpeg::decodeFile)

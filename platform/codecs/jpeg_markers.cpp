@@ -3,7 +3,7 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/codecs/byte_reader.h"
+#include "platform/codecs/big_endian.h"
 #include "platform/codecs/photoshop_resources.h"
 
 namespace quellor::jpeg {

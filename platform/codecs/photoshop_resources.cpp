@@ -1,6 +1,6 @@
 #include "platform/codecs/photoshop_resources.h"
 
-#include "platform/codecs/byte_reader.h"
+#include "platform/codecs/big_endian.h"
 
 namespace quellor {
 namespace {

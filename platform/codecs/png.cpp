@@ -1,12 +1,10 @@
-#include <exception>
 #include <string>
 
-#include "platform/codecs/byte_reader.h"
-#include "platform/codecs/codec.h"
+#include "platform/codecs/big_endian.h"
+#include "platform/codecs/codec_module.h"
 #include "platform/codecs/png_decode.h"
 #include "platform/codecs/png_session.h"
 #include "platform/codecs/png_text.h"
-#include "platform/module.h"
 
 namespace quellor::png {
 namespace {
@@ -116,20 +114,7 @@ std::optional<EncodedFacts> describeFile(ByteView file) {
   return facts;
 }
 
-std::optional<EncodedFacts> describe(ByteView file) noexcept try {
-  return describeFile(file);
-} catch (const std::exception&) {
-  return std::nullopt;
-}
-
-std::optional<Raster> decode(ByteView file) noexcept try { return decodeFile(file); } catch (const std::exception&) {
-  return std::nullopt;
-}
-
 }  // namespace
 }  // namespace quellor::png
 
-QUELLOR_MODULE_ENTRY const quellor::Codec* quellorCodec() {
-  static constexpr quellor::Codec kCodec{quellor::png::describe, quellor::png::decode};
-  return &kCodec;
-}
+QUELLOR_CODEC_MODULE(quellor::png::describeFile, quellor::png::decodeFile)

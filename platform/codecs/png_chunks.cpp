@@ -2,7 +2,7 @@
 
 #include <string_view>
 
-#include "platform/codecs/byte_reader.h"
+#include "platform/codecs/big_endian.h"
 
 namespace quellor::png {
 namespace {

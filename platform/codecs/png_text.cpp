@@ -5,7 +5,7 @@
 #include <charconv>
 #include <optional>
 
-#include "platform/codecs/byte_reader.h"
+#include "platform/codecs/big_endian.h"
 #include "platform/codecs/photoshop_resources.h"
 
 namespace quellor::png {

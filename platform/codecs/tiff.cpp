@@ -1,13 +1,12 @@
 #include <algorithm>
 
-#include "platform/codecs/byte_reader.h"
-#include "platform/codecs/codec.h"
+#include "platform/codecs/big_endian.h"
+#include "platform/codecs/codec_module.h"
 #include "platform/codecs/tiff_decode.h"
 #include "platform/codecs/tiff_directories.h"
 #include "platform/codecs/tiff_file.h"
 #include "platform/codecs/tiff_layout.h"
 #include "platform/metadata/tiff_metadata_block.h"
-#include "platform/module.h"
 
 namespace quellor {
 namespace {
@@ -78,17 +77,7 @@ std::optional<Raster> decodeFile(ByteView file) {
   return tiff::decodeDirectory(opened, *layout);
 }
 
-std::optional<EncodedFacts> describe(ByteView file) noexcept try { return describeFile(file); } catch (...) {
-  return std::nullopt;
-}
-
-std::optional<Raster> decode(ByteView file) noexcept try { return decodeFile(file); } catch (...) {
-  return std::nullopt;
-}
-
-constexpr Codec kCodec{describe, decode};
-
 }  // namespace
 }  // namespace quellor
 
-QUELLOR_MODULE_ENTRY const quellor::Codec* quellorCodec() { return &quellor::kCodec; }
+QUELLOR_CODEC_MODULE(quellor::describeFile, quellor::decodeFile)

@@ -6,10 +6,9 @@
 #include <webp/decode.h>
 #include <webp/demux.h>
 
-#include "platform/codecs/byte_reader.h"
-#include "platform/codecs/codec.h"
+#include "platform/codecs/big_endian.h"
+#include "platform/codecs/codec_module.h"
 #include "platform/codecs/sample_memory.h"
-#include "platform/module.h"
 
 namespace quellor {
 namespace {
@@ -204,17 +203,7 @@ std::optional<Raster> decodeFile(ByteView file) {
   return frame->lossless || !frame->coversCanvas() ? decodePixels(*frame, config) : decodePlanes(*frame, config);
 }
 
-std::optional<EncodedFacts> describe(ByteView file) noexcept try { return describeFile(file); } catch (...) {
-  return std::nullopt;
-}
-
-std::optional<Raster> decode(ByteView file) noexcept try { return decodeFile(file); } catch (...) {
-  return std::nullopt;
-}
-
-constexpr Codec kCodec{describe, decode};
-
 }  // namespace
 }  // namespace quellor
 
-QUELLOR_MODULE_ENTRY const quellor::Codec* quellorCodec() { return &quellor::kCodec; }
+QUELLOR_CODEC_MODULE(quellor::describeFile, quellor::decodeFile)

@@ -12,6 +12,9 @@ constexpr int kMaximumNesting = 4;
 
 std::optional<std::vector<ByteView>> piecesOf(const Container& container, const Item& item, int nesting);
 
+/// Bounds against items that are cut a thousand times out of items of a thousand extents: no photo comes near.
+constexpr std::size_t kMaximumPieces = std::size_t{1} << 20;
+
 /// Cuts `extent` out of bytes that lie in several runs.
 bool appendCut(const std::vector<ByteView>& runs, Extent extent, std::vector<ByteView>& pieces) {
   std::uint64_t total = 0;
@@ -28,6 +31,7 @@ bool appendCut(const std::vector<ByteView>& runs, Extent extent, std::vector<Byt
     const std::size_t start = static_cast<std::size_t>(skip);
     const std::size_t size = static_cast<std::size_t>(std::min<std::uint64_t>(wanted, run.size() - start));
     if (size > 0) pieces.push_back(run.subspan(start, size));
+    if (pieces.size() > kMaximumPieces) return false;
     wanted -= size;
     skip = 0;
   }

@@ -302,6 +302,24 @@ TEST(HeifItemData, RefusesItemsThatAreCutOutOfThemselves) {
   EXPECT_FALSE(dataOfFirstItem(fileWithLocation(circle, {}, {}, links)));
 }
 
+TEST(HeifItemData, RefusesItemsThatAreCutOutOfManyPiecesManyTimes) {
+  constexpr std::size_t extents = 2000;
+  const auto manyCuts = [](std::size_t offset) {
+    FieldWriter writer;
+    writer.u8(0x44).u8(0).u16(2).u16(1).u16(2).u16(0).u16(extents);
+    for (std::size_t i = 0; i < extents; ++i) writer.u32(0).u32(extents);
+    writer.u16(2).u16(0).u16(0).u16(extents);
+    for (std::size_t i = 0; i < extents; ++i) writer.u32(offset).u32(1);
+    return fullBox("iloc", 1, 0, writer.bytes);
+  };
+  const Bytes link = fullBox("iref", 0, 0, HeifBuilder::reference("iloc", 1, {2}));
+  const Bytes file = fileWithLocation(manyCuts, {1, 2, 3}, {}, link);
+  const auto container = readContainer(file);
+  ASSERT_TRUE(container);
+  EXPECT_FALSE(itemPieces(*container, container->items[0])) << "four million pieces";
+  EXPECT_TRUE(itemPieces(*container, container->items[1]));
+}
+
 TEST(HeifItemData, RespectsTheLimitThatItIsGiven) {
   const Bytes file = smallFile().build();
   const auto container = readContainer(file);

@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "platform/codecs/hevc_parameter_sets.h"
+#include "platform/hevc/parameter_sets.h"
 
 namespace quellor::hevc {
 

@@ -1,4 +1,4 @@
-#include "platform/codecs/hevc_contexts.h"
+#include "platform/hevc/contexts.h"
 
 #include <algorithm>
 #include <cstdint>

@@ -1,6 +1,6 @@
 #include <algorithm>
 
-#include "platform/codecs/hevc_coding_tree.h"
+#include "platform/hevc/coding_tree.h"
 
 namespace quellor::hevc {
 namespace {

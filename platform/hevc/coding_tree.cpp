@@ -1,4 +1,4 @@
-#include "platform/codecs/hevc_coding_tree.h"
+#include "platform/hevc/coding_tree.h"
 
 #include <algorithm>
 

@@ -1,4 +1,4 @@
-#include "platform/codecs/hevc_slice_data.h"
+#include "platform/hevc/slice_data.h"
 
 #include <algorithm>
 #include <limits>

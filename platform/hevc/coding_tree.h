@@ -4,8 +4,8 @@
 #include <cstdint>
 #include <vector>
 
-#include "platform/codecs/hevc_residual.h"
-#include "platform/codecs/hevc_slice_header.h"
+#include "platform/hevc/residual.h"
+#include "platform/hevc/slice_header.h"
 
 namespace quellor::hevc {
 

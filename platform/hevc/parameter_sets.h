@@ -3,7 +3,7 @@
 #include <optional>
 #include <vector>
 
-#include "platform/codecs/hevc_bit_reader.h"
+#include "platform/hevc/bit_reader.h"
 
 /// What of HEVC's parameter sets (ITU-T H.265, 7.3.2) decides how slices are parsed and how large they are.
 namespace quellor::hevc {

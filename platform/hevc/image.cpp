@@ -1,4 +1,4 @@
-#include "platform/codecs/hevc_image.h"
+#include "platform/hevc/image.h"
 
 #include <array>
 #include <cstddef>

@@ -10,10 +10,10 @@
 #include <libheif/heif.h>
 #include <libheif/heif_plugin.h>
 
-#include "platform/codecs/hevc_frame.h"
-#include "platform/codecs/hevc_image.h"
-#include "platform/codecs/hevc_nal.h"
-#include "platform/codecs/hevc_verify.h"
+#include "platform/hevc/frame.h"
+#include "platform/hevc/image.h"
+#include "platform/hevc/nal.h"
+#include "platform/hevc/verify.h"
 #include "platform/module.h"
 
 extern "C" {

@@ -1,11 +1,11 @@
-#include "platform/codecs/hevc_verify.h"
+#include "platform/hevc/verify.h"
 
 #include <algorithm>
 #include <array>
 #include <utility>
 #include <vector>
 
-#include "platform/codecs/hevc_slice_data.h"
+#include "platform/hevc/slice_data.h"
 
 namespace quellor::hevc {
 namespace {

@@ -1,7 +1,7 @@
 #pragma once
 #include <cstdint>
 
-#include "platform/codecs/hevc_contexts.h"
+#include "platform/hevc/contexts.h"
 
 namespace quellor::hevc {
 

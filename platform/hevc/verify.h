@@ -3,7 +3,7 @@
 #include <optional>
 #include <span>
 
-#include "platform/codecs/hevc_nal.h"
+#include "platform/hevc/nal.h"
 
 namespace quellor::hevc {
 

@@ -1,4 +1,4 @@
-#include "platform/codecs/hevc_cabac.h"
+#include "platform/hevc/cabac.h"
 
 #include <algorithm>
 

@@ -1,4 +1,4 @@
-#include "platform/codecs/hevc_residual.h"
+#include "platform/hevc/residual.h"
 
 #include <algorithm>
 #include <bit>

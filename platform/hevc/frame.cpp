@@ -1,4 +1,4 @@
-#include "platform/codecs/hevc_frame.h"
+#include "platform/hevc/frame.h"
 
 #include <algorithm>
 #include <array>

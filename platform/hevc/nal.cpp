@@ -1,4 +1,4 @@
-#include "platform/codecs/hevc_nal.h"
+#include "platform/hevc/nal.h"
 
 #include <array>
 #include <cstdint>

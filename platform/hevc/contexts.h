@@ -1,7 +1,7 @@
 #pragma once
 #include <array>
 
-#include "platform/codecs/hevc_cabac.h"
+#include "platform/hevc/cabac.h"
 
 namespace quellor::hevc {
 

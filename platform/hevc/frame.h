@@ -1,7 +1,7 @@
 #pragma once
 #include <memory>
 
-#include "platform/codecs/hevc_nal.h"
+#include "platform/hevc/nal.h"
 
 extern "C" {
 #include <libavutil/frame.h>

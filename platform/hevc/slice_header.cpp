@@ -1,4 +1,4 @@
-#include "platform/codecs/hevc_slice_header.h"
+#include "platform/hevc/slice_header.h"
 
 #include <algorithm>
 #include <bit>

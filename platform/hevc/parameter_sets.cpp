@@ -1,9 +1,9 @@
-#include "platform/codecs/hevc_parameter_sets.h"
+#include "platform/hevc/parameter_sets.h"
 
 #include <algorithm>
 
 #include "platform/codecs/codec.h"
-#include "platform/codecs/hevc_vui.h"
+#include "platform/hevc/vui.h"
 
 namespace quellor::hevc {
 namespace {

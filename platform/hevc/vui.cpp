@@ -1,4 +1,4 @@
-#include "platform/codecs/hevc_vui.h"
+#include "platform/hevc/vui.h"
 
 namespace quellor::hevc {
 namespace {

@@ -3,7 +3,7 @@
 #include <span>
 #include <vector>
 
-#include "platform/codecs/hevc_coding_tree.h"
+#include "platform/hevc/coding_tree.h"
 
 namespace quellor::hevc {
 

@@ -1,5 +1,5 @@
 #pragma once
-#include "platform/codecs/hevc_bit_reader.h"
+#include "platform/hevc/bit_reader.h"
 
 namespace quellor::hevc {
 
