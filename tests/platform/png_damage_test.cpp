@@ -86,7 +86,7 @@ TEST(PngCodec, RefusesDamagedChunksOfEveryKindWhenDescribing) {
 TEST(PngCodec, RefusesImageDataWhoseOwnChecksumIsWrong) {
   Bytes file = encodePng(plain());
   const auto chunks = test_support::pngChunks(file);
-  const PngPlace& data = chunkOf(chunks, "IDAT");
+  const PngPlace data = chunkOf(chunks, "IDAT");
   file[data.offset + 8 + data.length - 1] ^= 1;  // the last byte of Adler-32 (RFC 1950)
   test_support::repairChecksum(file, data);
   EXPECT_FALSE(codec().decode(file));

@@ -121,7 +121,7 @@ TEST(PngCodec, ReportsTheProfileByteForByteAlsoWhenItIsLarge) {
 TEST(PngCodec, ReportsCodePoints) {
   const auto codePoints = [](Bytes data, bool afterData = false) {
     PngSpec spec = plain();
-    (afterData ? spec.chunksAfterData : spec.chunksBeforeData) = {{"cICP", std::move(data)}};
+    (afterData ? spec.chunksAfterData : spec.chunksBeforeData).push_back({"cICP", std::move(data)});
     return codec().describe(encodePng(spec)).value().cicp;
   };
   EXPECT_EQ(codePoints({12, 13, 0, 1}), (Cicp{12, 13, 0, true}));
