@@ -94,9 +94,6 @@ PropertyDictionary readPngDictionary(Session& session, EncodedFacts& facts) {
 std::optional<EncodedFacts> describeFile(ByteView file) {
   Session session(Session::Purpose::facts);
   if (!session.readHeader(file)) return std::nullopt;
-  // Metadata may follow the image data.
-  if (!session.run([&session] { png_read_end(session.png(), session.info()); })) return std::nullopt;
-
   png_structp png = session.png();
   png_infop info = session.info();
   const unsigned colorType = png_get_color_type(png, info);

@@ -17,10 +17,11 @@ constexpr png_uint_32 kMaximumStoredChunks = 128;
 constexpr png_uint_32 kMaximumSide = 0x7FFFFFFF;
 
 /// Chunks that the library hands out as they are.
-constexpr png_byte kRawChunks[] = {'c', 'I', 'C', 'P', 0, 'I', 'D', 'A', 'T', 0};
-constexpr int kRawChunkCount = 2;
+constexpr png_byte kRawChunks[] = {'c', 'I', 'C', 'P', 0};
+constexpr int kRawChunkCount = 1;
 
-/// An empty IDAT chunk: the library has no way to pass over image data, so this is read instead of it.
+/// An empty IDAT chunk, before which the library stops to read. It has no way to pass over image data, so what stands
+/// behind that is given to it earlier.
 constexpr std::uint8_t kEmptyImageData[] = {0, 0, 0, 0, 'I', 'D', 'A', 'T', 0x35, 0xAF, 0x06, 0x1E};
 
 void onError(png_structp png, png_const_charp /*message*/) { static_cast<Session*>(png_get_error_ptr(png))->fail(); }
@@ -57,8 +58,11 @@ bool Session::selectParts(ByteView file) {
     return true;
   }
   const auto split = splitAtImageData(file);
-  if (split) parts_ = {split->before, kEmptyImageData, split->after};
-  return split.has_value();
+  if (!split) return false;
+  parts_ = {split->before};
+  parts_.insert(parts_.end(), split->behind.begin(), split->behind.end());
+  parts_.emplace_back(kEmptyImageData);
+  return true;
 }
 
 void Session::configure() {

@@ -1,8 +1,8 @@
 #pragma once
-#include <array>
 #include <csetjmp>
 #include <cstdint>
 #include <type_traits>
+#include <vector>
 
 #include <png.h>
 
@@ -51,7 +51,7 @@ class Session {
   void configure();
 
   Purpose purpose_;
-  std::array<ByteView, 3> parts_{};  // what is still to be read
+  std::vector<ByteView> parts_;  // what is still to be read
   png_structp png_ = nullptr;
   png_infop info_ = nullptr;
   std::jmp_buf escape_{};
