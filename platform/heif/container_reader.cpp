@@ -3,6 +3,8 @@
 #include <unordered_map>
 #include <utility>
 
+#include "platform/heif/box_reader.h"
+
 namespace quellor::heif {
 namespace {
 
@@ -10,55 +12,6 @@ namespace {
 constexpr std::size_t kMaximumItems = 65536;
 constexpr std::size_t kMaximumExtents = 1 << 20;
 constexpr std::size_t kMaximumReferences = 1 << 18;
-
-/// A box: its type, and the reader of what follows its header (14496-12, 4.2).
-struct Box {
-  FourCC type = 0;
-  ByteView payload;
-};
-
-/// Version and flags, with which a full box begins.
-struct FullBoxHeader {
-  std::uint8_t version = 0;
-  std::uint32_t flags = 0;
-};
-
-FullBoxHeader readFullBoxHeader(ByteReader& reader) {
-  const std::uint32_t word = reader.u32();
-  return {static_cast<std::uint8_t>(word >> 24), word & 0xffffff};
-}
-
-void requireVersion(const FullBoxHeader& header, std::uint8_t newest) {
-  if (header.version > newest) throw MalformedContainer("unknown version of a box");
-}
-
-/// What the header of a box says, before its extent is checked.
-struct BoxHeader {
-  FourCC type = 0;
-  std::optional<std::uint64_t> payloadSize;  // absent: up to the end of what encloses the box
-};
-
-BoxHeader readBoxHeader(ByteReader& reader) {
-  const std::size_t start = reader.position();
-  BoxHeader header;
-  std::uint64_t size = reader.u32();
-  header.type = reader.u32();
-  const bool toTheEnd = size == 0;
-  if (size == 1) size = reader.u64();
-  if (header.type == fourCC("uuid")) reader.bytes(16);
-  if (toTheEnd) return header;
-  const std::size_t headerSize = reader.position() - start;
-  if (size < headerSize) throw MalformedContainer("a box smaller than its header");
-  header.payloadSize = size - headerSize;
-  return header;
-}
-
-Box readBox(ByteReader& reader) {
-  const BoxHeader header = readBoxHeader(reader);
-  if (!header.payloadSize) return {header.type, reader.rest()};
-  if (*header.payloadSize > reader.remaining()) throw MalformedContainer("a box ends past its parent");
-  return {header.type, reader.bytes(static_cast<std::size_t>(*header.payloadSize))};
-}
 
 class Reader {
  public:
