@@ -35,10 +35,18 @@ Input changed(Input input, std::mt19937& random) {
   for (std::size_t i = 0; i < changes && !input.empty(); ++i) {
     const std::size_t at = below(4) == 0 ? below(input.size()) : below(std::min<std::size_t>(input.size(), 4096));
     switch (below(5)) {
-      case 0: input[at] = static_cast<std::uint8_t>(random()); break;
-      case 1: input[at] = static_cast<std::uint8_t>(input[at] ^ (1U << below(8))); break;
-      case 2: input[at] = below(2) == 0 ? 0x00 : 0xff; break;
-      case 3: input.resize(input.size() - below(input.size() / 4)); break;
+      case 0:
+        input[at] = static_cast<std::uint8_t>(random());
+        break;
+      case 1:
+        input[at] = static_cast<std::uint8_t>(input[at] ^ (1U << below(8)));
+        break;
+      case 2:
+        input[at] = below(2) == 0 ? 0x00 : 0xff;
+        break;
+      case 3:
+        input.resize(input.size() - below(input.size() / 4));
+        break;
       default: {
         const std::size_t count = std::min<std::size_t>(below(16), input.size() - at);
         const Input copy(input.begin() + static_cast<std::ptrdiff_t>(at),
@@ -64,9 +72,12 @@ int main(int count, char** arguments) {
   bool verbose = false;
   std::vector<std::filesystem::path> files;
   for (int i = 1; i < count; ++i) {
-    if (std::strcmp(arguments[i], "--changes") == 0 && i + 1 < count) changes = std::stoul(arguments[++i]);
-    else if (std::strcmp(arguments[i], "--verbose") == 0) verbose = true;
-    else collect(arguments[i], files);
+    if (std::strcmp(arguments[i], "--changes") == 0 && i + 1 < count)
+      changes = std::stoul(arguments[++i]);
+    else if (std::strcmp(arguments[i], "--verbose") == 0)
+      verbose = true;
+    else
+      collect(arguments[i], files);
   }
   std::size_t inputs = 0;
   for (const auto& file : files) {

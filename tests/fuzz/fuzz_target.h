@@ -8,10 +8,10 @@
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
 
 /// Stops the process when a property does not hold, in every build.
-#define FUZZ_REQUIRE(property)                                                             \
-  do {                                                                                     \
-    if (!(property)) {                                                                     \
-      std::fprintf(stderr, "%s:%d: does not hold: %s\n", __FILE__, __LINE__, #property);   \
-      std::abort();                                                                        \
-    }                                                                                      \
+#define FUZZ_REQUIRE(property)                                                           \
+  do {                                                                                   \
+    if (!(property)) {                                                                   \
+      std::fprintf(stderr, "%s:%d: does not hold: %s\n", __FILE__, __LINE__, #property); \
+      std::abort();                                                                      \
+    }                                                                                    \
   } while (false)

@@ -1,7 +1,8 @@
 // Property: a request that decodes can be answered, and the answer gives its texts back to any JSON parser.
 
-#include <nlohmann/json.hpp>
 #include <span>
+
+#include <nlohmann/json.hpp>
 
 #include "protocol/request_decoder.h"
 #include "protocol/response_encoder.h"
