@@ -6,7 +6,7 @@
 #include "platform/codecs/codec.h"
 #include "platform/codecs/heif_library.h"
 #include "platform/codecs/heif_raster.h"
-#include "platform/heif/auxiliary_images.h"
+#include "platform/heif/auxiliary_type.h"
 #include "platform/heif/container_reader.h"
 #include "platform/heif/item_data.h"
 #include "platform/heif/item_properties.h"

@@ -5,6 +5,7 @@
 #include <string>
 #include <string_view>
 
+#include "platform/heif/auxiliary_type.h"
 #include "platform/heif/item_data.h"
 #include "platform/heif/item_properties.h"
 #include "platform/metadata/xmp_packet.h"
@@ -15,27 +16,6 @@ namespace {
 using Kind = AuxiliaryImage::Kind;
 
 constexpr std::size_t kMaximumXmpBytes = std::size_t{16} << 20;
-
-/// The two parts of an auxiliary type property (ISO/IEC 23008-12, 6.5.8).
-struct AuxiliaryType {
-  std::string urn;
-  ByteView subtype;
-};
-
-std::optional<AuxiliaryType> auxiliaryTypeOf(const Container& container, const Item& item) {
-  const Property* const property = findProperty(container, item, fourCC("auxC"));
-  if (property == nullptr || property->payload.size() < 4) return std::nullopt;
-  ByteReader reader(property->payload.subspan(4));
-  AuxiliaryType type;
-  type.urn = reader.text();
-  type.subtype = reader.rest();
-  return type;
-}
-
-bool isAlpha(std::string_view urn) {
-  return urn == "urn:mpeg:hevc:2015:auxid:1" || urn == "urn:mpeg:avc:2015:auxid:1" ||
-         urn == "urn:mpeg:mpegB:cicp:systems:auxiliary:alpha";
-}
 
 bool isDepth(std::string_view urn) {
   return urn == "urn:mpeg:hevc:2015:auxid:2" || urn == "urn:mpeg:mpegB:cicp:systems:auxiliary:depth";
@@ -116,7 +96,7 @@ bool xmpSaysDisparity(const Container& container, const Item& item) {
   return std::any_of(blocks.begin(), blocks.end(), [&](const Item* block) {
     if (block->type != fourCC("mime") || block->contentType != "application/rdf+xml") return false;
     const auto packet = itemData(container, *block, kMaximumXmpBytes);
-    return packet && xmpAuxiliaryImageType(*packet) == "disparity";
+    return packet && xmpTextOf(*packet, "AuxiliaryImageType") == "disparity";
   });
 }
 
@@ -146,14 +126,6 @@ void appendToneMapGainMaps(const Container& container, const Item& base, std::ve
 }
 
 }  // namespace
-
-const Item* alphaImageOf(const Container& container, ItemId image) {
-  for (const Item* auxiliary : container.itemsReferringTo(image, fourCC("auxl"))) {
-    const auto type = auxiliaryTypeOf(container, *auxiliary);
-    if (type && isAlpha(type->urn)) return auxiliary;
-  }
-  return nullptr;
-}
 
 std::vector<AuxiliaryImage> auxiliaryImagesOf(const Container& container, const Item& image) {
   std::vector<AuxiliaryImage> images;

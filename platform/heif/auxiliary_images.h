@@ -6,9 +6,6 @@
 
 namespace quellor::heif {
 
-/// The alpha image of `image`, or null.
-const Item* alphaImageOf(const Container& container, ItemId image);
-
 /// The auxiliary images of `image` of the kinds that are reported, in item order; alpha is none of them.
 std::vector<AuxiliaryImage> auxiliaryImagesOf(const Container& container, const Item& image);
 

@@ -4,6 +4,7 @@
 #include <string_view>
 
 #include "platform/heif/auxiliary_images.h"
+#include "platform/heif/auxiliary_type.h"
 #include "platform/heif/container_reader.h"
 #include "platform/heif/item_data.h"
 #include "platform/heif/item_properties.h"

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <unordered_set>
 
-#include "platform/heif/auxiliary_images.h"
+#include "platform/heif/auxiliary_type.h"
 
 namespace quellor::heif {
 namespace {

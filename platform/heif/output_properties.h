@@ -1,0 +1,22 @@
+#pragma once
+#include <optional>
+
+#include "platform/color_space.h"
+#include "platform/heif/output_file.h"
+
+/// Changes of the primary image's properties. A property that other items share keeps its bytes: the primary item is
+/// given another one.
+namespace quellor::heif {
+
+/// Makes the primary item and its alpha image read as `orientation`, 1 to 8 with the meaning of the Exif tag. An item
+/// that does already is left as it is. Any other gets irot and imir of its own in place of those that it had, 1 as a
+/// rotation by 0 degrees, and its transformative properties come last, as MIAF wants them: clap, irot, imir
+/// (ISO/IEC 23000-22, 7.3.6.7). Another value of `orientation` changes nothing.
+void setOrientation(OutputFile& file, int orientation);
+
+/// Gives the primary item the ICC profile, if there is one and it is not empty, and the code points, in place of all
+/// the colour information that it had (ISO/IEC 23008-12, 6.5.5). Meant for coded primary images: of a derived one, the
+/// inputs keep theirs.
+void setColor(OutputFile& file, const std::optional<Bytes>& icc, const Cicp& cicp);
+
+}  // namespace quellor::heif
