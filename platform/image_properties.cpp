@@ -3,6 +3,7 @@
 #include <memory>
 
 #include "platform/metadata/metadata_properties.h"
+#include "platform/metadata/packet_twins.h"
 
 namespace quellor {
 namespace {
@@ -36,7 +37,8 @@ void setResolution(const EncodedFacts& facts, PropertyDictionary& properties) {
 
 }  // namespace
 
-PropertyDictionary imageProperties(const EncodedFacts& facts, const std::optional<std::string>& profileName) {
+PropertyDictionary imageProperties(const EncodedFacts& facts, const std::optional<std::string>& profileName,
+                                   const XmpEngine* xmp) {
   PropertyDictionary properties = facts.formatProperties;
   properties.set(property_key::kColorModel, nameOf(facts.colorModel));
   properties.set(property_key::kDepth, facts.bitsPerComponent);
@@ -48,6 +50,7 @@ PropertyDictionary imageProperties(const EncodedFacts& facts, const std::optiona
   if (facts.primaryImage) properties.set(property_key::kPrimaryImage, 0);
   setResolution(facts, properties);
   addMetadataProperties(facts.metadata, properties);
+  if (xmp != nullptr && facts.metadata.xmp) addPacketTwins(*facts.metadata.xmp, *xmp, properties);
   properties.rememberBlocks(std::make_shared<const MetadataBlocks>(facts.metadata));
   return properties;
 }

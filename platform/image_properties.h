@@ -3,12 +3,14 @@
 #include <string>
 
 #include "platform/codecs/codec.h"
+#include "platform/metadata/xmp_engine.h"
 #include "platform/properties.h"
 
 namespace quellor {
 
 /// The properties of an image, with the keys of platform/properties.h; each is present only where it applies.
-/// `profileName` is the description of the embedded ICC profile.
-PropertyDictionary imageProperties(const EncodedFacts& facts, const std::optional<std::string>& profileName);
+/// `profileName` is the description of the embedded ICC profile. `xmp` may be null, when packets cannot be looked into.
+PropertyDictionary imageProperties(const EncodedFacts& facts, const std::optional<std::string>& profileName,
+                                   const XmpEngine* xmp);
 
 }  // namespace quellor

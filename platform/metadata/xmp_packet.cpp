@@ -12,10 +12,9 @@ std::string_view localName(std::string_view qualified) {
   return colon == std::string_view::npos ? qualified : qualified.substr(colon + 1);
 }
 
-/// Stops at the first AuxiliaryImageType.
-struct AuxiliaryTypeFinder : pugi::xml_tree_walker {
+/// Stops at the first property of a local name that has text.
+struct TextFinder : pugi::xml_tree_walker {
   bool for_each(pugi::xml_node& node) override {
-    constexpr std::string_view wanted = "AuxiliaryImageType";
     if (localName(node.name()) == wanted) value = node.text().get();
     for (const pugi::xml_attribute attribute : node.attributes()) {
       if (localName(attribute.name()) == wanted) value = attribute.value();
@@ -23,15 +22,17 @@ struct AuxiliaryTypeFinder : pugi::xml_tree_walker {
     return value.empty();
   }
 
+  std::string_view wanted;
   std::string value;
 };
 
 }  // namespace
 
-std::string xmpAuxiliaryImageType(ByteView packet) {
+std::string xmpTextOf(ByteView packet, const std::string& localName) {
   pugi::xml_document document;
   if (!document.load_buffer(packet.data(), packet.size())) return {};
-  AuxiliaryTypeFinder finder;
+  TextFinder finder;
+  finder.wanted = localName;
   document.traverse(finder);
   return finder.value;
 }

@@ -5,8 +5,8 @@
 
 namespace quellor {
 
-/// The value of the packet's AuxiliaryImageType, in whichever namespace and form (attribute or element) it stands, or
-/// empty when the packet has none or is no XML.
-std::string xmpAuxiliaryImageType(ByteView packet);
+/// The text of the packet's first property of that local name, in whichever namespace and form (attribute or element)
+/// it stands, or empty when the packet has none or is no XML.
+std::string xmpTextOf(ByteView packet, const std::string& localName);
 
 }  // namespace quellor

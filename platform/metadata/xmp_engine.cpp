@@ -1,0 +1,35 @@
+#include "platform/metadata/xmp_engine.h"
+
+#include <exception>
+
+#include "platform/metadata/xmp_editor.h"
+#include "platform/metadata/xmp_packet.h"
+#include "platform/module.h"
+
+namespace quellor {
+namespace {
+
+// Nothing but memory that cannot be had throws here; that makes the answer absent.
+
+std::string textOf(ByteView packet, const std::string& localName) noexcept {
+  try {
+    return xmpTextOf(packet, localName);
+  } catch (const std::exception&) {
+    return {};
+  }
+}
+
+std::optional<Bytes> edited(ByteView packet, const XmpEdit& edit) noexcept {
+  try {
+    return editedXmp(packet, edit);
+  } catch (const std::exception&) {
+    return std::nullopt;
+  }
+}
+
+constexpr XmpEngine kEngine{textOf, edited};
+
+}  // namespace
+}  // namespace quellor
+
+QUELLOR_MODULE_ENTRY const quellor::XmpEngine* quellorXmpEngine() { return &quellor::kEngine; }
