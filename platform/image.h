@@ -30,6 +30,25 @@ enum class SampleModel : std::uint8_t {
   cmyk,   // four; 0 is no ink
 };
 
+/// Where the samples of subsampled colour differences lie among those of luma: the types of ITU-T H.273, 8.7, under
+/// their numbers. Without subsampling in a direction, nothing is said of that direction.
+enum class ChromaSiting : std::uint8_t {
+  left = 0,    // on the first of the columns that they cover, between the rows: HEVC and AV1 that signal nothing
+  centre = 1,  // amid the samples that they cover: JPEG (ITU-T T.871, clause 6), WebP
+  topLeft = 2,
+  top = 3,
+  bottomLeft = 4,
+  bottom = 5,
+};
+
+/// Columns and rows that share the first colour differences with the image's first, but lie before it: what a crop
+/// leaves that begins at an odd sample. Less than the factor of the subsampling.
+struct ChromaPhase {
+  std::uint32_t columns = 0;
+  std::uint32_t rows = 0;
+  friend bool operator==(const ChromaPhase&, const ChromaPhase&) = default;
+};
+
 /// One component of a raster: a sample every `stepBytes` in a row, a row every `strideBytes`, top row first.
 ///
 /// A planar raster has a step of one sample; in an interleaved one the components lie inside one another.
@@ -55,6 +74,9 @@ struct Raster {
   bool premultiplied = false;
   /// Matrix and range of a ycbcr raster, range of a grey one; the primaries may be unspecified.
   Cicp coding;
+  /// Of a ycbcr raster whose colour differences are subsampled.
+  ChromaSiting chromaSiting = ChromaSiting::left;
+  ChromaPhase chromaPhase;
   std::shared_ptr<const void> owner;
 };
 

@@ -205,6 +205,7 @@ std::optional<Raster> decodeFile(ByteView file) {
   raster.model = *model;
   raster.coding.fullRange = true;
   if (*model == SampleModel::ycbcr) raster.coding.matrixCoefficients = kBt601Matrix;
+  raster.chromaSiting = ChromaSiting::centre;  // ITU-T T.871, clause 6
   const bool complete = staysPlanar(info, *model) ? decodePlanar(session, raster) : decodeInterleaved(session, raster);
   if (!complete) return std::nullopt;
   return raster;

@@ -160,6 +160,7 @@ std::optional<Raster> decodePlanes(const FirstFrame& frame, WebPDecoderConfig& c
                        {planes.v, 1, chromaStride, chromaWidth, chromaHeight}};
   if (frame.alphaCoded) raster.alpha = Component{planes.a, 1, lumaStride, frame.width, frame.height};
   raster.coding.matrixCoefficients = kBt601Matrix;
+  raster.chromaSiting = ChromaSiting::centre;
   raster.coding.fullRange = false;
   raster.owner = memory;
   return raster;
