@@ -1,9 +1,7 @@
 #include "observe/inspect.h"
 
-#include <exception>
-#include <utility>
-
 #include "observe/observation.h"
+#include "protocol/driver_response.h"
 
 namespace quellor {
 namespace {
@@ -16,18 +14,11 @@ ImageObservation observeInput(const Platform& platform, const std::string& path)
 }  // namespace
 
 HelperResponse runInspect(const Platform& platform, const HelperRequest& request, WallClockSeconds start) {
-  try {
+  return respond(request, start, [&] {
     HelperResponse response;
     response.input = observeInput(platform, request.inputPath);
-    response.success = true;
-    response.operation = request.operation;
-    response.elapsedMilliseconds = elapsedMillisecondsSince(start);
     return response;
-  } catch (const HelperFailure& failure) {
-    return HelperResponse::failed(request.operation, ErrorBody::of(failure), elapsedMillisecondsSince(start));
-  } catch (const std::exception& error) {
-    return HelperResponse::failed(request.operation, {"internal_error", error.what()}, elapsedMillisecondsSince(start));
-  }
+  });
 }
 
 }  // namespace quellor

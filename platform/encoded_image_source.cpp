@@ -35,16 +35,17 @@ ColorModel colorModelOf(SampleModel samples) {
 }  // namespace
 
 EncodedImageSource::EncodedImageSource(FileContents file, EncodedFacts facts, const Codec& codec,
-                                       const ColorEngine* colors)
+                                       const ColorEngine* colors, const XmpEngine* xmp)
     : file_(std::move(file)),
       facts_(std::move(facts)),
       codec_(codec),
       colors_(colors),
+      xmp_(xmp),
       color_(colorSpaceOf(colors, facts_.colorModel, facts_.iccProfile, facts_.cicp)) {}
 
 std::optional<PropertyDictionary> EncodedImageSource::propertiesAt(std::size_t index) const {
   if (index != 0 || count() == 0) return std::nullopt;
-  return imageProperties(facts_, color_.profileName);
+  return imageProperties(facts_, color_.profileName, xmp_);
 }
 
 std::optional<Image> EncodedImageSource::imageAt(std::size_t index) const {

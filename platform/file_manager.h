@@ -1,8 +1,11 @@
 #pragma once
 #include <cstdint>
 #include <optional>
+#include <span>
 #include <stdexcept>
 #include <string>
+
+#include "platform/bytes.h"
 
 namespace quellor {
 
@@ -27,6 +30,21 @@ class FileManager {
 
   /// Attributes of what `path` leads to. Raises FileError.
   [[nodiscard]] virtual FileAttributes attributesOfItem(const std::string& path) const = 0;
+
+  /// Whether the effective user may read what is at `path`.
+  [[nodiscard]] virtual bool isReadable(const std::string& path) const = 0;
+
+  /// Moves `from` to `to`, atomically refusing anything that exists there (a dangling link, too); afterwards the
+  /// directory is synced. Raises FileError, with `from` still in place.
+  virtual void moveItem(const std::string& from, const std::string& to) const = 0;
+
+  /// Removes a file. Raises FileError.
+  virtual void removeItem(const std::string& path) const = 0;
+
+  /// Writes `parts`, one after the other, as the whole of the file at `path`, replacing what may be there: into a
+  /// temporary file of the same directory, in gathered writes, synced, then renamed. Raises FileError, with nothing
+  /// left behind and nothing at `path` changed.
+  virtual void writeAtomically(const std::string& path, std::span<const ByteView> parts) const = 0;
 };
 
 /// The file system of the machine.
@@ -34,6 +52,10 @@ class PosixFileManager final : public FileManager {
  public:
   [[nodiscard]] bool fileExists(const std::string& path) const override;
   [[nodiscard]] FileAttributes attributesOfItem(const std::string& path) const override;
+  [[nodiscard]] bool isReadable(const std::string& path) const override;
+  void moveItem(const std::string& from, const std::string& to) const override;
+  void removeItem(const std::string& path) const override;
+  void writeAtomically(const std::string& path, std::span<const ByteView> parts) const override;
 };
 
 }  // namespace quellor

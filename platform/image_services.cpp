@@ -6,6 +6,8 @@
 #include "platform/codecs/file_format.h"
 #include "platform/color/color_engine.h"
 #include "platform/encoded_image_source.h"
+#include "platform/heic_destination.h"
+#include "platform/pixels/pixel_engine.h"
 #include "platform/regular_file.h"
 
 namespace quellor {
@@ -31,7 +33,19 @@ std::unique_ptr<ImageSource> CodecImageServices::openSource(const std::string& p
   auto facts = codec->describe(contents->view());
   if (!facts) return nullptr;
   const auto* const colors = modules_.open<ColorEngine>("color", kColorEngineEntry);
-  return std::make_unique<EncodedImageSource>(std::move(*contents), std::move(*facts), *codec, colors);
+  const auto* const xmp = facts->metadata.xmp ? modules_.open<XmpEngine>("xmp", kXmpEngineEntry) : nullptr;
+  return std::make_unique<EncodedImageSource>(std::move(*contents), std::move(*facts), *codec, colors, xmp);
+}
+
+std::unique_ptr<ImageDestination> CodecImageServices::createDestination(const std::string& path) const {
+  return HeicDestination::create(path, modules_);
+}
+
+std::optional<BitmapContext> CodecImageServices::createBitmapContext(std::int64_t width, std::int64_t height,
+                                                                     const ColorSpace& space,
+                                                                     std::span<std::uint8_t> pixels) const {
+  const auto* const engine = modules_.open<PixelEngine>("pixels", kPixelEngineEntry);
+  return BitmapContext::create(engine, width, height, space, pixels);
 }
 
 }  // namespace quellor

@@ -1,13 +1,18 @@
 #pragma once
+#include <cstdint>
 #include <memory>
+#include <optional>
+#include <span>
 #include <string>
 
+#include "platform/bitmap_context.h"
+#include "platform/image_destination.h"
 #include "platform/image_source.h"
 #include "platform/module.h"
 
 namespace quellor {
 
-/// Opens image files.
+/// Opens image files and makes new ones.
 class ImageServices {
  public:
   virtual ~ImageServices() = default;
@@ -15,6 +20,15 @@ class ImageServices {
   /// Null when `path` names no regular file that can be read, when its first bytes are of no known format, or when
   /// its structure is broken. The name of the file says nothing about its format.
   [[nodiscard]] virtual std::unique_ptr<ImageSource> openSource(const std::string& path) const = 0;
+
+  /// A destination for one HEIC image in a new file at `path`, which must not exist. Null when the file cannot be
+  /// created.
+  [[nodiscard]] virtual std::unique_ptr<ImageDestination> createDestination(const std::string& path) const = 0;
+
+  /// A bitmap context of that size over `pixels`; absent as BitmapContext::create() has it.
+  [[nodiscard]] virtual std::optional<BitmapContext> createBitmapContext(std::int64_t width, std::int64_t height,
+                                                                         const ColorSpace& space,
+                                                                         std::span<std::uint8_t> pixels) const = 0;
 };
 
 /// Image services on the codecs of this program.
@@ -23,6 +37,10 @@ class CodecImageServices final : public ImageServices {
   explicit CodecImageServices(ModuleLoader modules) : modules_(std::move(modules)) {}
 
   [[nodiscard]] std::unique_ptr<ImageSource> openSource(const std::string& path) const override;
+  [[nodiscard]] std::unique_ptr<ImageDestination> createDestination(const std::string& path) const override;
+  [[nodiscard]] std::optional<BitmapContext> createBitmapContext(std::int64_t width, std::int64_t height,
+                                                                 const ColorSpace& space,
+                                                                 std::span<std::uint8_t> pixels) const override;
 
  private:
   ModuleLoader modules_;

@@ -35,6 +35,9 @@ class ImageSource {
   /// samples cannot be decoded without an error.
   [[nodiscard]] virtual std::optional<Image> imageAt(std::size_t index) const = 0;
 
+  /// The whole file as it was read when the source was opened. Valid as long as the source.
+  [[nodiscard]] virtual ByteView file() const = 0;
+
   /// Facts about the auxiliary image of that type (Width, Height, Type), or absent when the image has none.
   [[nodiscard]] virtual std::optional<PropertyDictionary> auxiliaryDataInfoAt(std::size_t index,
                                                                               std::string_view type) const = 0;

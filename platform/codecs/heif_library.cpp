@@ -1,5 +1,6 @@
 #include "platform/codecs/heif_library.h"
 
+#include <array>
 #include <cstdlib>
 #include <dlfcn.h>
 #include <set>
@@ -28,7 +29,8 @@ std::string ownDirectory() {
   return slash == std::string::npos ? "." : module.substr(0, slash);
 }
 
-bool load(const std::string& plugin) {
+bool load(const std::string& directory, const char* name) {
+  const std::string plugin = directory + '/' + name;
   // The library would say on standard error that a plugin, or something that it needs, is not there.
   if (dlopen(plugin.c_str(), RTLD_NOW | RTLD_LOCAL) == nullptr) return false;
   const heif_plugin_info* info = nullptr;
@@ -37,7 +39,7 @@ bool load(const std::string& plugin) {
 
 /// The library's own plugins for an item type, the best first; one is enough. A library that has a decoder built in
 /// has no plugin for it.
-std::vector<std::string> pluginsFor(FourCC type) {
+std::vector<const char*> pluginsFor(FourCC type) {
   switch (type) {
     case fourCC("hvc1"):
     case fourCC("hev1"):
@@ -57,25 +59,46 @@ std::vector<std::string> pluginsFor(FourCC type) {
 void loadDecoderFor(FourCC type, const std::string& directory) {
   // The project's own decoder finds damage that the library's would conceal.
   const bool hevc = type == fourCC("hvc1") || type == fourCC("hev1");
-  if (hevc && load(ownDirectory() + "/quellor-hevc.so")) return;
-  for (const std::string& name : pluginsFor(type)) {
-    std::string plugin = directory;
-    plugin += '/';
-    plugin += name;
-    if (load(plugin)) return;
+  if (hevc && load(ownDirectory(), "quellor-hevc.so")) return;
+  for (const char* const name : pluginsFor(type)) {
+    if (load(directory, name)) return;
   }
 }
+
+/// The library, started once in a process, and the plugins that it has been given: it is one for the whole process,
+/// whoever calls it.
+class Library {
+ public:
+  static Library& instance() {
+    static Library library;
+    return library;
+  }
+
+  void loadDecoder(FourCC type) {
+    if (loaded_.insert(type).second) loadDecoderFor(type, directory_);
+  }
+
+  void loadEncoder() {
+    if (loaded_.insert(fourCC("x265")).second) load(directory_, "libheif-x265.so");
+  }
+
+ private:
+  Library() : directory_(pluginDirectory()) {
+    // Where the library looks for plugins when it starts: loading all of them costs more than a small picture.
+    setenv(kPluginPathVariable, "/dev/null", 1);
+    heif_init(nullptr);
+  }
+
+  std::string directory_;
+  std::set<FourCC> loaded_;
+};
 
 }  // namespace
 
 void startLibraryFor(const std::vector<const Item*>& items) {
-  const std::string directory = pluginDirectory();
-  // Where the library looks for plugins when it starts: loading all of them costs more than a small picture.
-  setenv(kPluginPathVariable, "/dev/null", 1);
-  heif_init(nullptr);
-  std::set<FourCC> types;
-  for (const Item* item : items) types.insert(item->type);
-  for (const FourCC type : types) loadDecoderFor(type, directory);
+  for (const Item* item : items) Library::instance().loadDecoder(item->type);
 }
+
+void startLibraryForEncoding() { Library::instance().loadEncoder(); }
 
 }  // namespace quellor::heif

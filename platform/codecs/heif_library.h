@@ -31,4 +31,7 @@ using OptionsPointer = std::unique_ptr<heif_decoding_options, OptionsDeleter>;
 /// What cannot be loaded shows when decoding fails. The environment has no say in where plugins come from.
 void startLibraryFor(const std::vector<const Item*>& items);
 
+/// The same for the HEVC encoder.
+void startLibraryForEncoding();
+
 }  // namespace quellor::heif

@@ -135,4 +135,10 @@ std::string_view rgbSpaceName(const Cicp& cicp) {
   return found == kCicpNames.end() ? kDefaultRgbSpace : found->name;
 }
 
+Cicp codePointsOf(std::string_view spaceName) {
+  const auto found = std::ranges::find_if(kCicpNames, [&](const CicpName& entry) { return entry.name == spaceName; });
+  if (found == kCicpNames.end()) return {};
+  return {found->primaries, found->transfer, 2, false};
+}
+
 }  // namespace quellor

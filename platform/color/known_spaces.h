@@ -48,6 +48,10 @@ const KnownSpace* findGreySpace(const CurveSamples& curve);
 /// own, the unspecified ones among them.
 std::string_view rgbSpaceName(const Cicp& cicp);
 
+/// The primaries and the transfer of the RGB space with that name, the other way round: unspecified for a name that
+/// stands in no table of code points.
+Cicp codePointsOf(std::string_view spaceName);
+
 inline constexpr std::string_view kDefaultRgbSpace = "kCGColorSpaceSRGB";
 inline constexpr std::string_view kDefaultGreySpace = "kCGColorSpaceGenericGrayGamma2_2";
 inline constexpr std::string_view kDefaultCmykSpace = "kCGColorSpaceGenericCMYK";

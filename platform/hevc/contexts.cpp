@@ -8,7 +8,7 @@ namespace {
 
 template <std::size_t n>
 std::array<Context, n> initialise(const std::array<std::uint8_t, n>& initValues, int qp) {
-  std::array<Context, n> contexts;
+  std::array<Context, n> contexts{};
   std::transform(initValues.begin(), initValues.end(), contexts.begin(),
                  [qp](std::uint8_t value) { return initialContext(value, qp); });
   return contexts;

@@ -108,7 +108,7 @@ TEST(ImageProperties, HaveOnlyWhatApplies) {
   EncodedFacts facts;
   facts.width = 4;
   facts.height = 3;
-  const PropertyDictionary bare = imageProperties(facts, std::nullopt);
+  const PropertyDictionary bare = imageProperties(facts, std::nullopt, nullptr);
   EXPECT_THAT(keysOf(bare), ::testing::ElementsAre("ColorModel", "Depth", "PixelHeight", "PixelWidth"));
   EXPECT_EQ(*bare.find("ColorModel"), PropertyValue("RGB"));
   EXPECT_EQ(*bare.find("PixelWidth"), PropertyValue(4));
@@ -120,7 +120,7 @@ TEST(ImageProperties, HaveOnlyWhatApplies) {
   facts.dpiHeight = 96.0;
   facts.metadata.xmp = Bytes{'<', 'x', '/', '>'};
   facts.formatProperties.set("{JFIF}", PropertyDictionary{});
-  const PropertyDictionary full = imageProperties(facts, "Some Profile");
+  const PropertyDictionary full = imageProperties(facts, "Some Profile", nullptr);
   EXPECT_THAT(keysOf(full),
               ::testing::ElementsAre("ColorModel", "DPIHeight", "DPIWidth", "Depth", "HasAlpha", "PixelHeight",
                                      "PixelWidth", "PrimaryImage", "ProfileName", "{JFIF}", "{XMP}"));
@@ -131,7 +131,7 @@ TEST(ImageProperties, HaveOnlyWhatApplies) {
 TEST(ImageProperties, RememberTheBlocksThatTheyWereReadFrom) {
   EncodedFacts facts;
   facts.metadata.exif = exifWithOrientation(6);
-  const PropertyDictionary properties = imageProperties(facts, std::nullopt);
+  const PropertyDictionary properties = imageProperties(facts, std::nullopt, nullptr);
   ASSERT_NE(properties.blocks(), nullptr);
   EXPECT_EQ(properties.blocks()->exif, exifWithOrientation(6));
 }
@@ -157,7 +157,7 @@ TEST(ImageProperties, TakeTheOrientationFromTheContainerElseFromExif) {
     facts.orientation = c.container;
     facts.exifOrientationCounts = c.exifCounts;
     if (c.exif) facts.metadata.exif = exifWithOrientation(*c.exif);
-    const PropertyDictionary properties = imageProperties(facts, std::nullopt);
+    const PropertyDictionary properties = imageProperties(facts, std::nullopt, nullptr);
     const PropertyValue* const value = properties.find("Orientation");
     ASSERT_EQ(value != nullptr, c.orientation.has_value()) << c.why;
     if (value != nullptr) {

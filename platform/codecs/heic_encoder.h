@@ -1,0 +1,29 @@
+#pragma once
+#include <optional>
+
+#include "platform/bytes.h"
+#include "platform/image.h"
+
+/// The seam between the program and the HEVC encoder: a function of the HEIF codec's module.
+namespace quellor {
+
+struct HeicEncoder {
+  /// A HEIF file in memory whose primary image is the raster, with its alpha as an auxiliary image. The raster is as
+  /// PixelEngine::forEncoding() gives it: planar, grey or YCbCr 4:2:0, 8 or 10 bits. `quality` from 0.0 to 1.0.
+  /// Absent when the encoder is not installed or fails, or memory runs out.
+  std::optional<Bytes> (*encode)(const Raster& raster, double quality) noexcept;
+};
+
+/// Name of the function, with C linkage, by which the module hands out its HeicEncoder: `const HeicEncoder* ()`.
+inline constexpr const char* kHeicEncoderEntry = "quellorHeicEncoder";
+
+/// The quality of an image for which none is asked: keeps a phone photo near its size.
+inline constexpr double kDefaultQuality = 0.8;
+
+/// The encoder's constant rate factor for a quality from 0.0 to 1.0: 48 for 0.0, 32 for 0.5, about 22 for 0.8 and 20
+/// for 0.85, 6 for 1.0; strictly decreasing. The curve runs through what callers know these numbers to mean: 0.85
+/// gives a quarter of the size that other tools' "85" (a factor of 7.5) gives, 1.0 turns a phone photo of 2.7 MB into
+/// about 13 MB.
+double rateFactorFor(double quality);
+
+}  // namespace quellor

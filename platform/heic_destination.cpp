@@ -1,0 +1,120 @@
+#include "platform/heic_destination.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+#include <utility>
+
+#include "platform/codecs/heic_encoder.h"
+#include "platform/color/known_spaces.h"
+#include "platform/directory_sync.h"
+#include "platform/gathered_write.h"
+#include "platform/heif/container_reader.h"
+#include "platform/heif/container_writer.h"
+#include "platform/heif/item_properties.h"
+#include "platform/heif/output_metadata.h"
+#include "platform/heif/output_properties.h"
+#include "platform/heif/primary_copy.h"
+#include "platform/metadata/block_editing.h"
+#include "platform/path.h"
+#include "platform/pixels/pixel_engine.h"
+
+namespace quellor {
+namespace {
+
+std::optional<int> orientationIn(const PropertyDictionary& properties) {
+  const PropertyValue* const value = properties.find(property_key::kOrientation);
+  const auto* const orientation = value == nullptr ? nullptr : value->as<std::int64_t>();
+  if (orientation == nullptr || *orientation < 1 || *orientation > 8) return std::nullopt;
+  return static_cast<int>(*orientation);
+}
+
+double qualityIn(const PropertyDictionary& properties) {
+  const PropertyValue* const value = properties.find(destination_option::kLossyCompressionQuality);
+  const auto* const quality = value == nullptr ? nullptr : value->as<double>();
+  return quality == nullptr ? kDefaultQuality : *quality;
+}
+
+/// What the properties say of an image apart from its samples: its orientation and its metadata blocks.
+void describe(heif::OutputFile& file, const PropertyDictionary& properties, const ModuleLoader& modules) {
+  if (const auto orientation = orientationIn(properties)) heif::setOrientation(file, *orientation);
+  heif::addMetadata(file, editedBlocks(properties, modules.open<XmpEngine>("xmp", kXmpEngineEntry)));
+}
+
+/// Code points for an encoded image: primaries and transfer of its colour space, matrix and range of its samples. An
+/// embedded profile that is no known space leaves the first two unspecified.
+Cicp codingOf(const Raster& raster, const std::optional<ColorSpace>& space) {
+  Cicp coding = space && space->name() ? codePointsOf(*space->name()) : Cicp{};
+  coding.matrixCoefficients = raster.coding.matrixCoefficients;
+  coding.fullRange = raster.coding.fullRange;
+  return coding;
+}
+
+std::optional<heif::OutputFile> copied(ByteView file) {
+  const auto container = heif::readContainer(file);
+  return container ? heif::copyOfPrimaryImage(*container) : std::nullopt;
+}
+
+std::optional<heif::OutputFile> encoded(const Image& image, const PropertyDictionary& properties,
+                                        const ModuleLoader& modules) {
+  const auto* const pixels = modules.open<PixelEngine>("pixels", kPixelEngineEntry);
+  const auto* const encoder = modules.open<HeicEncoder>("heif", kHeicEncoderEntry);
+  if (pixels == nullptr || encoder == nullptr) return std::nullopt;
+  auto raster = pixels->forEncoding(image.raster);
+  if (!raster) return std::nullopt;
+  raster->coding = codingOf(*raster, image.colorSpace);
+  auto bytes = encoder->encode(*raster, qualityIn(properties));
+  if (!bytes) return std::nullopt;
+
+  const auto kept = std::make_shared<const Bytes>(std::move(*bytes));
+  auto file = copied(*kept);
+  if (!file) return std::nullopt;
+  file->owned.push_back(kept);
+  const bool hasProfile = image.colorSpace && image.colorSpace->embedded() && image.colorSpace->iccData() != nullptr;
+  heif::setColor(*file, hasProfile ? std::optional(*image.colorSpace->iccData()) : std::nullopt, raster->coding);
+  return file;
+}
+
+}  // namespace
+
+std::unique_ptr<HeicDestination> HeicDestination::create(const std::string& path, const ModuleLoader& modules) {
+  if (!isUsablePath(path)) return nullptr;
+  FileDescriptor file(open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666));
+  if (!file.isOpen()) return nullptr;
+  return std::unique_ptr<HeicDestination>(new HeicDestination(std::move(file), path, modules));
+}
+
+void HeicDestination::accept(std::optional<heif::OutputFile> image) {
+  ++added_;
+  image_ = std::move(image);
+}
+
+void HeicDestination::addImage(const Image& image, const PropertyDictionary& properties) {
+  auto file = encoded(image, properties, modules_);
+  if (file) describe(*file, properties, modules_);
+  accept(std::move(file));
+}
+
+void HeicDestination::addImageFromSource(const ImageSource& source, std::size_t index,
+                                         const std::optional<PropertyDictionary>& properties) {
+  auto file = index == 0 ? copied(source.file()) : std::nullopt;
+  if (file) {
+    if (properties) describe(*file, *properties, modules_);
+    return accept(std::move(file));
+  }
+  const auto image = source.imageAt(index);
+  if (!image) return accept(std::nullopt);
+  addImage(*image, properties.value_or(PropertyDictionary{}));
+}
+
+bool HeicDestination::finalize() {
+  if (added_ != 1 || !image_ || !file_.isOpen()) return false;
+  const auto serialised = heif::serialise(*image_);
+  if (!serialised) return false;
+  const bool written = writeGathered(file_.get(), serialised->parts()) == 0 && fsync(file_.get()) == 0;
+  const bool closed = file_.close();
+  if (!written || !closed) return false;
+  syncDirectoryOf(path_);
+  return true;
+}
+
+}  // namespace quellor
