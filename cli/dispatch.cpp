@@ -4,6 +4,9 @@
 
 #include "observe/inspect.h"
 #include "protocol/elapsed_time.h"
+#include "rewrite/encode_candidate.h"
+#include "rewrite/rewrite_operations.h"
+#include "storage/export_storage_pixels.h"
 
 namespace quellor {
 namespace {
@@ -21,12 +24,11 @@ HelperResponse unsupportedOperation(const HelperRequest& request, WallClockSecon
 
 HelperResponse responseTo(const HelperRequest& request, const Platform& platform, WallClockSeconds start) {
   if (request.protocolVersion != supportedProtocolVersion) return unsupportedVersion(request, start);
-  // The operations that write a file are known by name and get their drivers one after the other.
-  if (request.operation == "encode-candidate") return unsupportedOperation(request, start);
-  if (request.operation == "export-storage-pixels") return unsupportedOperation(request, start);
+  if (request.operation == "encode-candidate") return runEncodeCandidate(platform, request, start);
+  if (request.operation == "export-storage-pixels") return runExportStoragePixels(platform, request, start);
   if (request.operation == "inspect") return runInspect(platform, request, start);
-  if (request.operation == "rewrite-from-source") return unsupportedOperation(request, start);
-  if (request.operation == "rewrite-decoded-image") return unsupportedOperation(request, start);
+  if (request.operation == "rewrite-from-source") return runRewrite(platform, request, true, start);
+  if (request.operation == "rewrite-decoded-image") return runRewrite(platform, request, false, start);
   return unsupportedOperation(request, start);
 }
 

@@ -4,12 +4,14 @@
 #include <gtest/gtest.h>
 
 #include "tests/support/fake_platform.h"
+#include "tests/support/writing_request.h"
 
 namespace quellor {
 namespace {
 
 using test_support::FakeImage;
 using test_support::FakePlatform;
+using ::testing::Contains;
 using ::testing::IsEmpty;
 
 HelperRequest requestFor(const std::string& operation, std::int64_t version = 1) {
@@ -74,16 +76,45 @@ TEST(Dispatch, PassesOnAFailedDriversResponseWithStatus1) {
   EXPECT_EQ(response.error->code, "input_not_found");
 }
 
-// Goes away operation by operation, as their drivers arrive.
-TEST(Dispatch, AnswersTheOperationsThatWriteAsUnsupportedForTheTimeBeing) {
-  for (const char* name :
-       {"encode-candidate", "export-storage-pixels", "rewrite-from-source", "rewrite-decoded-image"}) {
+TEST(Dispatch, CallsTheDriverThatTheOperationNames) {
+  const struct {
+    const char* operation;
+    const char* writes;
+  } cases[] = {{"encode-candidate", "add image"},
+               {"export-storage-pixels", "write /out"},
+               {"rewrite-from-source", "add image from source"},
+               {"rewrite-decoded-image", "add image"}};
+  for (const auto& c : cases) {
     FakePlatform platform;
-    const auto [response, status] = handleRequest(requestFor(name), platform.services());
+    platform.add("/in.heic", test_support::smallPhoto());
+    HelperRequest request = requestFor(c.operation);
+    request.outputPath = "/out";
+    request.quality = 0.5;
+    const auto [response, status] = handleRequest(request, platform.services());
+    EXPECT_EQ(status, 0) << c.operation;
+    EXPECT_TRUE(response.success) << c.operation;
+    EXPECT_EQ(response.operation, c.operation);
+    EXPECT_THAT(platform.calls, Contains(c.writes)) << c.operation;
+    EXPECT_EQ(response.quality.has_value(), c.operation == std::string("encode-candidate"));
+  }
+}
+
+TEST(Dispatch, PassesOnWhatTheWritingDriversRefuse) {
+  const struct {
+    const char* operation;
+    const char* message;
+  } cases[] = {{"encode-candidate", "outputPath is required for encode-candidate"},
+               {"export-storage-pixels", "outputPath (raw file) is required"},
+               {"rewrite-from-source", "outputPath is required for rewrite operations"},
+               {"rewrite-decoded-image", "outputPath is required for rewrite operations"}};
+  for (const auto& c : cases) {
+    FakePlatform platform;
+    HelperRequest request = requestFor(c.operation);
+    request.quality = 0.5;
+    const auto [response, status] = handleRequest(request, platform.services());
     EXPECT_EQ(status, 1);
-    ASSERT_TRUE(response.error) << name;
-    EXPECT_EQ(response.error->code, "unsupported_operation");
-    EXPECT_THAT(platform.calls, IsEmpty());
+    ASSERT_TRUE(response.error) << c.operation;
+    EXPECT_EQ(response.error->message, c.message);
   }
 }
 

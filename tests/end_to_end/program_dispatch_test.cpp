@@ -86,14 +86,6 @@ TEST(OperationName, IsEchoedWhateverItHolds) {
   expectUnsupportedOperation(std::string(100'000, 'o'));
 }
 
-// Temporary: each of these operations leaves the list when its driver is built.
-TEST(OperationThatWritesAFile, IsNotSupportedYet) {
-  for (const char* operation :
-       {"encode-candidate", "export-storage-pixels", "rewrite-from-source", "rewrite-decoded-image"}) {
-    expectUnsupportedOperation(operation);
-  }
-}
-
 TEST(CommandLineArguments, ChangeNothing) {
   const json plain = request("nothing", "/a");
   test_support::ProcessOptions options;
