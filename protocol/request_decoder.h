@@ -17,7 +17,8 @@ class DecodingFailure : public std::runtime_error {
 ///
 /// Keys are matched exactly, unknown ones are ignored, the last of two equal ones counts. Fields are checked in
 /// declaration order, so the first offending one is named. An integral number written with a fraction or an exponent
-/// (1.0, 1e0) is an integer. Nesting deeper than 512 is refused. Memory grows with the known values only.
+/// (1.0, 1e0) is an integer. Nesting deeper than 512 is refused. What nests deeper than the
+/// policy's flags is read over without being kept.
 HelperRequest decodeRequest(std::span<const char> document);
 
 }  // namespace quellor
