@@ -1,9 +1,8 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <future>
 #include <new>
-#include <system_error>
+#include <optional>
 #include <thread>
 #include <vector>
 
@@ -13,6 +12,7 @@
 #include "platform/hevc/frame.h"
 #include "platform/hevc/image.h"
 #include "platform/hevc/nal.h"
+#include "platform/hevc/strict_check.h"
 #include "platform/hevc/verify.h"
 #include "platform/module.h"
 
@@ -23,7 +23,7 @@ extern "C" {
 
 /// A decoder plugin of libheif on libavcodec's HEVC decoder, which takes half to two thirds of libde265's time and,
 /// on several threads, less. It refuses a picture of which any part is missing or reported as damaged, and in strict
-/// mode (heif_decoding_options) also one that hevc_verify.h finds damaged.
+/// mode (heif_decoding_options) also one that verify.h finds damaged.
 ///
 /// A module of its own, because loading libavcodec takes longer than most runs.
 namespace quellor::hevc {
@@ -44,40 +44,22 @@ struct Decoder {
   bool strict = false;
 };
 
-/// verify() while something else decodes the same units, where there is a processor for it.
-class Verification {
- public:
-  Verification(std::vector<NalUnit> units, bool besides) : units_(std::move(units)) {
-    if (besides) {
-      try {
-        verdict_ = std::async(std::launch::async, [this] { return verify(units_); });
-      } catch (const std::system_error&) {
-        // No thread to be had: verdict() does it.
-      }
-    }
-  }
-
-  Verdict verdict() { return verdict_.valid() ? verdict_.get() : verify(units_); }
-
- private:
-  std::vector<NalUnit> units_;
-  std::future<Verdict> verdict_;  // waits in its destructor
-};
-
 heif_error decode(Decoder& decoder, heif_image** image) {
   const ByteView bytes = decoder.stream.bytes(AV_INPUT_BUFFER_PADDING_SIZE);
-  std::vector<NalUnit> units = decoder.stream.units();
-  const auto shape = shapeOf(units);
+  const auto shape = shapeOf(decoder.stream.units());
   const unsigned processors = std::clamp(std::thread::hardware_concurrency(), 1U, kMaximumThreads);
   const bool large = shape && shape->pixels > kSmallPicture;
   const int threads = large && shape->wavefront ? static_cast<int>(processors) : 1;
 
-  Verification verification(std::move(units), decoder.strict && large && processors > 1);
-  if (decoder.strict && !large && verification.verdict() == Verdict::damaged) {
+  std::optional<StrictCheck> check;
+  if (decoder.strict) {
+    check.emplace(decoder.stream, bytes, large && processors > 1);
+  }
+  if (check && !large && !check->passes()) {
     return kDamaged;
   }
   const Frame frame = decodePicture(bytes, threads);
-  if (!frame || (decoder.strict && large && verification.verdict() == Verdict::damaged)) {
+  if (!frame || (check && large && !check->passes())) {
     return kDamaged;
   }
   return makeImage(*frame, image);

@@ -183,7 +183,7 @@ std::optional<Sps> parseSps(ByteView payload, unsigned& id) {
     sps.temporalMvp = reader.flag();
     reader.flag();  // strong intra smoothing
     if (reader.flag()) {
-      skipVui(reader, subLayers);
+      sps.chromaLocation = readVui(reader, subLayers).chromaLocation;
     }
     sps.unusual = mayChangeIntraParsing(reader);
   }

@@ -41,7 +41,8 @@ void skipHrd(BitReader& reader, unsigned subLayers) {
 
 }  // namespace
 
-void skipVui(BitReader& reader, unsigned subLayers) {
+Vui readVui(BitReader& reader, unsigned subLayers) {
+  Vui vui;
   constexpr unsigned kExtendedAspectRatio = 255;
   if (reader.flag() && reader.bits(8) == kExtendedAspectRatio) {
     reader.skip(32);
@@ -54,7 +55,7 @@ void skipVui(BitReader& reader, unsigned subLayers) {
     reader.skip(reader.flag() ? 24 : 0);
   }
   if (reader.flag()) {  // chroma location
-    reader.unsignedGolomb();
+    vui.chromaLocation = reader.unsignedGolomb();
     reader.unsignedGolomb();
   }
   reader.skip(3);
@@ -78,6 +79,7 @@ void skipVui(BitReader& reader, unsigned subLayers) {
       reader.unsignedGolomb();
     }
   }
+  return vui;
 }
 
 }  // namespace quellor::hevc

@@ -1,0 +1,65 @@
+#include "platform/hevc/strict_check.h"
+
+#include <mutex>
+#include <set>
+#include <system_error>
+
+#include "platform/sha256.h"
+
+namespace quellor::hevc {
+namespace {
+
+/// The digests of the pictures that passed.
+class PassedPictures {
+ public:
+  using Digest = std::array<std::uint8_t, 32>;
+
+  [[nodiscard]] bool contains(const Digest& digest) const {
+    const std::lock_guard lock(mutex_);
+    return digests_.contains(digest);
+  }
+
+  void insert(const Digest& digest) {
+    const std::lock_guard lock(mutex_);
+    digests_.insert(digest);
+  }
+
+ private:
+  mutable std::mutex mutex_;
+  std::set<Digest> digests_;
+};
+
+/// Made at the first use, and lives as long as the module, which is never unloaded.
+PassedPictures& passedPictures() {
+  static PassedPictures pictures;
+  return pictures;
+}
+
+}  // namespace
+
+StrictCheck::StrictCheck(const NalStream& stream, ByteView bytes, bool besides) : digest_(sha256(bytes)) {
+  if (passedPictures().contains(digest_)) {
+    known_ = Verdict::intact;
+    return;
+  }
+  units_ = stream.units();
+  if (besides) {
+    try {
+      pending_ = std::async(std::launch::async, [this] { return verify(units_); });
+    } catch (const std::system_error&) {
+      // No thread to be had: passes() does it.
+    }
+  }
+}
+
+bool StrictCheck::passes() {
+  if (!known_) {
+    known_ = pending_.valid() ? pending_.get() : verify(units_);
+    if (known_ != Verdict::damaged) {
+      passedPictures().insert(digest_);
+    }
+  }
+  return known_ != Verdict::damaged;
+}
+
+}  // namespace quellor::hevc
