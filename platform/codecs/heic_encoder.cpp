@@ -1,11 +1,10 @@
 #include "platform/codecs/heic_encoder.h"
 
-#include <cmath>
 #include <cstring>
 #include <exception>
 #include <memory>
-#include <string>
 
+#include "platform/codecs/heic_encoder_settings.h"
 #include "platform/codecs/heif_library.h"
 #include "platform/module.h"
 
@@ -77,18 +76,14 @@ NclxPointer nclxOf(const Cicp& coding) {
   return profile;
 }
 
-EncoderPointer encoderFor(heif_context* context, double quality) {
+EncoderPointer encoderFor(heif_context* context, const EncoderSettings& settings) {
   heif_encoder* found = nullptr;
   if (!succeeded(heif_context_get_encoder_for_format(context, heif_compression_HEVC, &found))) return nullptr;
   EncoderPointer encoder(found);
-  const auto set = [&](const char* name, const std::string& value) {
-    return succeeded(heif_encoder_set_parameter_string(encoder.get(), name, value.c_str()));
-  };
-  // One picture: nothing to look ahead to; rows of wavefronts, so that it decodes on several threads.
-  const bool accepted = set("x265:crf", std::to_string(rateFactorFor(quality))) && set("x265:wpp", "1") &&
-                        set("x265:bframes", "0") && set("x265:scenecut", "0") && set("x265:rc-lookahead", "1") &&
-                        set("x265:frame-threads", "1");
-  return accepted ? std::move(encoder) : nullptr;
+  for (const auto& [name, value] : settings) {
+    if (!succeeded(heif_encoder_set_parameter_string(encoder.get(), name.c_str(), value.c_str()))) return nullptr;
+  }
+  return encoder;
 }
 
 /// Collects what the library writes.
@@ -110,7 +105,7 @@ std::optional<Bytes> encodeWithLibrary(const Raster& raster, double quality) {
   const NclxPointer nclx = nclxOf(raster.coding);
   const OptionsPointer options(heif_encoding_options_alloc());
   if (!context || !image || !nclx || !options) return std::nullopt;
-  const EncoderPointer encoder = encoderFor(context.get(), quality);
+  const EncoderPointer encoder = encoderFor(context.get(), encoderSettingsFor(raster, quality));
   if (!encoder || !succeeded(heif_image_set_nclx_color_profile(image.get(), nclx.get()))) return std::nullopt;
   options->save_alpha_channel = 1;
   options->output_nclx_profile = nclx.get();
@@ -138,8 +133,6 @@ std::optional<Bytes> encode(const Raster& raster, double quality) noexcept {
 constexpr HeicEncoder kEncoder = {encode};
 
 }  // namespace
-
-double rateFactorFor(double quality) { return 48.0 - 32.0 * quality - 10.0 * std::pow(quality, 12.0); }
 
 }  // namespace quellor
 

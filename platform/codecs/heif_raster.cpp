@@ -135,6 +135,9 @@ std::optional<SampleModel> modelOf(const heif_image* image) {
   }
 }
 
+/// How many samples of a raster share one of a component, in one direction: no more than two in what is decoded here.
+std::uint32_t factorOf(std::uint32_t whole, std::uint32_t part) { return part < whole ? 2 : 1; }
+
 using Owners = std::vector<std::shared_ptr<const void>>;
 
 }  // namespace
@@ -151,6 +154,7 @@ std::optional<Raster> rasterOf(ImagePointer image, const Signalling& signalling)
   raster.model = *model;
   raster.coding = signalling.cicp ? *signalling.cicp : cicpOfBitstream(image.get()).value_or(kDefaultCoding);
   raster.premultiplied = signalling.premultiplied;
+  raster.chromaSiting = signalling.chromaSiting;
   raster.bitsPerComponent = 8;
   for (const Plane& plane : planes) raster.bitsPerComponent = std::max(raster.bitsPerComponent, plane.bits);
 
@@ -171,6 +175,22 @@ std::optional<Raster> rasterOf(ImagePointer image, const Signalling& signalling)
       image.release(), [](const void* kept) { heif_image_release(static_cast<const heif_image*>(kept)); }));
   raster.owner = owners;
   return raster;
+}
+
+void crop(Raster& raster, const Crop& part) {
+  const auto cut = [&](Component& component) {
+    const std::uint32_t across = factorOf(raster.width, component.width);
+    const std::uint32_t down = factorOf(raster.height, component.height);
+    const ChromaPhase phase{part.left % across, part.top % down};
+    component.firstSample += part.top / down * component.strideBytes + part.left / across * component.stepBytes;
+    component.width = (part.width + phase.columns + across - 1) / across;
+    component.height = (part.height + phase.rows + down - 1) / down;
+    return phase;
+  };
+  for (Component& component : raster.components) raster.chromaPhase = cut(component);
+  if (raster.alpha) cut(*raster.alpha);
+  raster.width = part.width;
+  raster.height = part.height;
 }
 
 }  // namespace quellor::heif

@@ -49,7 +49,11 @@ class PrimaryCopy {
     auto needed = primary != nullptr ? itemsNeededFor(container_, *primary) : std::nullopt;
     if (!needed) return std::nullopt;
     std::sort(needed->begin(), needed->end());  // as in the container
-    for (const Item* item : *needed) copied_.insert(item->id);
+    for (const Item* item : *needed) {
+      copied_.insert(item->id);
+      const auto inputs = container_.referencesFrom(item->id, fourCC("dimg"));
+      inputs_.insert(inputs.begin(), inputs.end());
+    }
     copyProperties(*needed);
     if (!std::all_of(needed->begin(), needed->end(), [&](const Item* item) { return copyItem(*item); }))
       return std::nullopt;
@@ -83,7 +87,9 @@ class PrimaryCopy {
       if (run.size() > container_.file.size() - copiedBytes_) return false;
       copiedBytes_ += run.size();
     }
-    OutputItem copy{item.id, item.type, item.hidden, item.name, {}, std::move(*data), {}};
+    // What an image is derived from was perhaps an image of its own; in the copy there is only the derived one.
+    const bool hidden = item.hidden || inputs_.contains(item.id);
+    OutputItem copy{item.id, item.type, hidden, item.name, {}, std::move(*data), {}};
     for (const PropertyAssociation& association : item.properties) {
       copy.properties.push_back({newIndexes_[association.index], association.essential});
     }
@@ -134,6 +140,7 @@ class PrimaryCopy {
   const Container& container_;
   OutputFile output_;
   std::unordered_set<ItemId> copied_;
+  std::unordered_set<ItemId> inputs_;  // of derived images
   std::vector<std::size_t> newIndexes_;
   std::size_t copiedBytes_ = 0;
 };

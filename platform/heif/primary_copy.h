@@ -6,8 +6,9 @@
 namespace quellor::heif {
 
 /// The primary image as it is coded, bit for bit: its item, the images that it is derived from and their alpha images,
-/// with their ids, types, hidden flags, names and data, every property with its essential flag and in its order, and
-/// the references among these items. Nothing else of the file: no thumbnails, auxiliary images other than alpha, other
+/// with their ids, types, names and data, every property with its essential flag and in its order, and the references
+/// among these items. What the image is derived from is hidden: the copy is a file of one image. Nothing else of the
+/// file: no thumbnails, auxiliary images other than alpha, other
 /// images, entity groups or metadata. The data stays where it is, in the container's file.
 ///
 /// The major brand is `heic` where the image and all that it is derived from are Main profile, 8 bits, 4:2:0, else

@@ -65,7 +65,8 @@ TEST_P(HeifSampleCopy, HasTheSameItemsByteForByteAndNothingElse) {
     const Item* const original = container->find(item.id);
     ASSERT_NE(original, nullptr);
     EXPECT_EQ(item.type, original->type);
-    EXPECT_EQ(item.hidden, original->hidden);
+    const bool isInput = !copied->itemsReferringTo(item.id, fourCC("dimg")).empty();
+    EXPECT_EQ(item.hidden, original->hidden || isInput);
     EXPECT_EQ(item.name, original->name);
     const Bytes data = dataOf(*copied, item);
     EXPECT_TRUE(data == dataOf(*container, *original));
@@ -171,7 +172,6 @@ std::vector<Bytes> decodedByHeifDec(const std::filesystem::path& program, const 
   return samples;
 }
 
-/// A sample that lists no other image than those that are copied, or what it is made into for that.
 struct DecodedSample {
   std::string file;
   std::optional<ItemId> primary;  // another one than the file names
@@ -200,9 +200,10 @@ TEST_P(HeifDecodedCopy, DecodesToTheSameSamples) {
   ASSERT_TRUE(container);
   const auto copy = copyOfPrimaryImage(*container);
   ASSERT_TRUE(copy);
-  const auto before = decodedByHeifDec(program, file);
-  ASSERT_FALSE(before.empty());
-  EXPECT_TRUE(decodedByHeifDec(program, written(*copy)) == before);
+  // The file may list other images, which the copy hides or leaves behind.
+  const auto before = decodedByHeifDec(program, file), after = decodedByHeifDec(program, written(*copy));
+  ASSERT_EQ(after.size(), 1U);
+  EXPECT_TRUE(std::find(before.begin(), before.end(), after.front()) != before.end());
 }
 
 INSTANTIATE_TEST_SUITE_P(Samples, HeifDecodedCopy,

@@ -10,11 +10,13 @@
 #include "platform/pixels/pixel_engine.h"
 #include "tests/support/codec_samples.h"
 #include "tests/support/raster_fixture.h"
+#include "tests/support/reference_drawing.h"
 
 namespace quellor {
 namespace {
 
 using test_support::Colour;
+using test_support::interpolatedDifference;
 using test_support::makeRaster;
 using test_support::noise;
 using test_support::normalised;
@@ -332,51 +334,14 @@ TEST_F(PixelDrawing, KeepsAFlatColourInEverySubsamplingAndSize) {
   }
 }
 
-/// Where the first colour difference lies in one direction, in luma samples (H.273, figure 9 in words): on the first
-/// of `factor` samples, amid them, or on the last.
-enum class Place { first, amid, last };
-
-double positionOf(Place place, std::uint32_t factor) {
-  if (place == Place::first) return 0;
-  return place == Place::last ? factor - 1 : (factor - 1) / 2.0;
-}
-
-struct Position {
-  double x;
-  double y;
-};
-
-struct Siting {
-  ChromaSiting name;
-  Place across;
-  Place down;
-};
-
-/// A colour difference at a place of luma, on the straight lines between those around it.
-double interpolated(const Raster& raster, const RasterPlan& plan, const Siting& siting, std::size_t i, Position at) {
-  const Component& plane = raster.components[i];
-  const double column =
-      std::clamp((at.x - positionOf(siting.across, plan.chromaColumns)) / plan.chromaColumns, 0.0, plane.width - 1.0);
-  const double row =
-      std::clamp((at.y - positionOf(siting.down, plan.chromaRows)) / plan.chromaRows, 0.0, plane.height - 1.0);
-  const auto left = static_cast<std::uint32_t>(column), top = static_cast<std::uint32_t>(row);
-  const std::uint32_t right = std::min(left + 1, plane.width - 1), bottom = std::min(top + 1, plane.height - 1);
-  const double u = column - left, v = row - top;
-  const auto sample = [&](std::uint32_t x, std::uint32_t y) { return sampleAt(plane, plan.bits, x, y); };
-  return (1 - v) * ((1 - u) * sample(left, top) + u * sample(right, top)) +
-         v * ((1 - u) * sample(left, bottom) + u * sample(right, bottom));
-}
-
 TEST_F(PixelDrawing, InterpolatesColourDifferencesFromWhereTheyLie) {
-  const Siting sitings[] = {
-      {ChromaSiting::left, Place::first, Place::amid},       {ChromaSiting::centre, Place::amid, Place::amid},
-      {ChromaSiting::topLeft, Place::first, Place::first},   {ChromaSiting::top, Place::amid, Place::first},
-      {ChromaSiting::bottomLeft, Place::first, Place::last}, {ChromaSiting::bottom, Place::amid, Place::last}};
+  const ChromaSiting sitings[] = {ChromaSiting::left, ChromaSiting::centre,     ChromaSiting::topLeft,
+                                  ChromaSiting::top,  ChromaSiting::bottomLeft, ChromaSiting::bottom};
   const auto sample = [](std::size_t i, std::uint32_t x, std::uint32_t y) {
     return i == 0 ? 2048 : noise(11)(i, x, y) + 512;
   };
   for (const auto& [columns, rows] : kSubsamplings) {
-    for (const Siting& siting : sitings) {
+    for (const ChromaSiting siting : sitings) {
       for (const auto& [width, height] : {std::pair{63U, 45U}, {301U, 2003U}}) {
         const RasterPlan plan{.model = SampleModel::ycbcr,
                               .width = width,
@@ -385,13 +350,11 @@ TEST_F(PixelDrawing, InterpolatesColourDifferencesFromWhereTheyLie) {
                               .chromaColumns = columns,
                               .chromaRows = rows,
                               .coding = {2, 2, 6, true},
-                              .siting = siting.name};
+                              .siting = siting};
         SCOPED_TRACE(nameOf(plan));
         const Raster raster = makeRaster(plan, sample);
         expectPixels(draw(raster), width, height, [&](std::uint32_t x, std::uint32_t y) {
-          const Position at{double(x), double(y)};
-          const Colour coded{2048, interpolated(raster, plan, siting, 1, at),
-                             interpolated(raster, plan, siting, 2, at)};
+          const Colour coded{2048, interpolatedDifference(raster, 1, x, y), interpolatedDifference(raster, 2, x, y)};
           return rgbOfDifferences(normalised(coded, 12, true), 6);
         });
       }
