@@ -26,6 +26,7 @@ void ignoreSignalsOfFailedWrites() {
 
 void Quellor::main() {
   const WallClockSeconds start = wallClockNow();
+  occupyStandardStreams();
   ignoreSignalsOfFailedWrites();
   try {
     const std::vector<char> document = readStdinJSON();

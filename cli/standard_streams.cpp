@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <cstddef>
 #include <cstdio>
+#include <fcntl.h>
 #include <string>
 #include <unistd.h>
 
@@ -26,6 +27,13 @@ std::string documentFor(const HelperResponse& response) {
 }
 
 }  // namespace
+
+void occupyStandardStreams() {
+  // The lowest free number is given away first, so whatever is opened here fills the gaps in their order.
+  for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+    if (fcntl(stream, F_GETFD) == -1) open("/dev/null", O_RDWR);
+  }
+}
 
 std::vector<char> readStdinJSON() {
   std::vector<char> document;

@@ -5,6 +5,10 @@
 
 namespace quellor {
 
+/// Opens those of the three standard streams that the caller closed on nothing. Or else the next file that is opened
+/// would be one of them: the answer would be written into an image.
+void occupyStandardStreams();
+
 /// Reads standard input to its end; blocks until the caller closes it. Raises HelperFailure "invalid_request" when
 /// there is not a single byte. A stream that cannot be read ends where reading failed.
 std::vector<char> readStdinJSON();
