@@ -125,7 +125,7 @@ TEST_P(UnreadAnswer, IsNotWrittenIntoAFileThatIsOpenedInstead) {
   const auto photo = std::filesystem::path(QUELLOR_EXAMPLES) / "photo.heic";
   const auto request =
       folder.write("request.json", test_support::writingRequest(GetParam(), photo, folder.path() / "out").dump());
-  for (const std::string& closed : {">&-", "2>&-", ">&- 2>&-"}) {
+  for (const char* const closed : {">&-", "2>&-", ">&- 2>&-"}) {
     std::filesystem::remove(folder.path() / "out");
     const auto before = snapshotOf(folder.path());
     test_support::ProcessOptions options;
