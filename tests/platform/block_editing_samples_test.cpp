@@ -10,12 +10,11 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <nlohmann/json.hpp>
 
 #include "platform/image_services.h"
 #include "platform/metadata/block_editing.h"
 #include "platform/metadata/exif_directories.h"
-#include "tests/support/process.h"
+#include "tests/support/metadata_judge.h"
 #include "tests/support/temporary_directory.h"
 
 // The judge is an independent metadata reader, exiftool: what it tells of a block before and after an edit.
@@ -24,9 +23,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr const char* kJudge = "/usr/bin/exiftool";
-
-using Tags = std::map<std::string, std::string>;  // by "group:tag", values as the judge writes them
+using test_support::Tags;
 
 struct Photo {
   PropertyDictionary properties;
@@ -43,29 +40,11 @@ bool holds(const std::optional<Bytes>& block, ByteView run) {
   return block && std::search(block->begin(), block->end(), run.begin(), run.end()) != block->end();
 }
 
-/// What the judge tells of the block files in a folder, by file name.
-std::map<std::string, Tags> judged(const fs::path& folder) {
-  test_support::ProcessOptions options;
-  options.arguments = {"-j", "-G1", "-a", "-u", "-n", "-b", "-struct", folder.string()};
-  options.timeLimit = std::chrono::seconds(100);
-  const auto result = test_support::runProcess(kJudge, options);
-  std::map<std::string, Tags> files;
-  for (const auto& file : nlohmann::json::parse(result.standardOutput)) {
-    Tags& tags = files[fs::path(file.at("SourceFile").get<std::string>()).filename().string()];
-    for (const auto& [key, value] : file.items()) {
-      const std::string group = key.substr(0, key.find(':'));
-      if (group == "SourceFile" || group == "System" || group == "File" || group == "Composite") continue;
-      tags[key] = value.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
-    }
-  }
-  return files;
-}
-
 class BlockEditingOfSamples : public testing::Test {
  protected:
   void SetUp() override {
     if (!fs::exists(QUELLOR_SAMPLES)) GTEST_SKIP() << "no samples";
-    if (!fs::exists(kJudge)) GTEST_SKIP() << "no judge";
+    if (!fs::exists(test_support::kMetadataJudge)) GTEST_SKIP() << "no judge";
     const CodecImageServices services{ModuleLoader{QUELLOR_MODULES}};
     for (const auto& file : fs::recursive_directory_iterator(QUELLOR_SAMPLES)) {
       if (!file.is_regular_file()) continue;
@@ -105,7 +84,7 @@ class BlockEditingOfSamples : public testing::Test {
       save(folder.path() / (name + ".tif"), each.exif);
       save(folder.path() / (name + ".xmp"), each.xmp);
     }
-    return judged(folder.path());
+    return test_support::judgedFiles(folder.path());
   }
 
   /// Compares what the judge tells before and after: everything for which `goes` is false is the same, the rest is
@@ -117,12 +96,11 @@ class BlockEditingOfSamples : public testing::Test {
     for (const auto& [name, tags] : before) {
       Tags expected;
       for (const auto& [key, value] : tags) {
-        if (!key.starts_with("IFD1:") && !key.starts_with("ExifTool:") && !goes(key)) expected[key] = value;
+        if (!key.starts_with("IFD1:") && !goes(key)) expected[key] = value;
       }
       const auto found = after.find(name);
       ASSERT_NE(found, after.end()) << name;
       Tags actual = found->second;
-      std::erase_if(actual, [](const auto& tag) { return tag.first.starts_with("ExifTool:"); });
       if (!expected.contains("IFD0:Orientation")) actual.erase("IFD0:Orientation");
       EXPECT_EQ(actual, expected) << name;
     }
@@ -147,8 +125,8 @@ void removeMaker(PropertyDictionary& properties) {
 
 /// Groups of maker notes are named after the maker; these are all others.
 bool isOfMakerNote(const std::string& key) {
-  static const std::set<std::string> kOthers = {"IFD0", "ExifIFD", "GPS", "InteropIFD", "PrintIM", "ExifTool"};
-  const std::string group = key.substr(0, key.find(':'));
+  static const std::set<std::string> kOthers = {"IFD0", "ExifIFD", "GPS", "InteropIFD", "PrintIM"};
+  const std::string group = test_support::groupOf(key);
   return !kOthers.contains(group) && !group.starts_with("XMP");
 }
 
@@ -225,7 +203,7 @@ TEST_F(BlockEditingOfSamples, TurnsPhotosAndKeepsTheRest) {
   for (const auto& [name, tags] : before) {
     const Tags& now = after.at(name);
     for (const auto& [key, value] : tags) {
-      if (key.starts_with("IFD1:") || key.starts_with("ExifTool:")) continue;
+      if (key.starts_with("IFD1:")) continue;
       const auto found = now.find(key);
       ASSERT_NE(found, now.end()) << name << " " << key;
       EXPECT_EQ(found->second, isOrientation(key) ? "7" : value) << name << " " << key;
