@@ -69,6 +69,7 @@ std::optional<heif::OutputFile> encoded(const Image& image, const PropertyDictio
   auto file = copied(*kept);
   if (!file) return std::nullopt;
   file->owned.push_back(kept);
+  heif::declareMiaf(*file);
   const bool hasProfile = image.colorSpace && image.colorSpace->embedded() && image.colorSpace->iccData() != nullptr;
   heif::setColor(*file, hasProfile ? std::optional(*image.colorSpace->iccData()) : std::nullopt, raster->coding);
   return file;

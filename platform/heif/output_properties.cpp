@@ -141,4 +141,9 @@ void setColor(OutputFile& file, const std::optional<Bytes>& icc, const Cicp& cic
   add(box);
 }
 
+void declareMiaf(OutputFile& file) {
+  auto& brands = file.compatibleBrands;
+  if (std::find(brands.begin(), brands.end(), fourCC("miaf")) == brands.end()) brands.push_back(fourCC("miaf"));
+}
+
 }  // namespace quellor::heif

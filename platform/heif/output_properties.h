@@ -19,4 +19,9 @@ void setOrientation(OutputFile& file, int orientation);
 /// inputs keep theirs.
 void setColor(OutputFile& file, const std::optional<Bytes>& icc, const Cicp& cicp);
 
+/// Says that the file is a MIAF one: for images that were encoded here, which obey ISO/IEC 23000-22, 7.2 and 7.3 (one
+/// coded image and its alpha, sizes, channel depths and colour stated, a clean aperture of whole samples that begins
+/// at the first). A copy says what its source said.
+void declareMiaf(OutputFile& file);
+
 }  // namespace quellor::heif
