@@ -58,7 +58,7 @@ heif_error decode(Decoder& decoder, heif_image** image) {
   if (check && !large && !check->passes()) {
     return kDamaged;
   }
-  const Frame frame = decodePicture(bytes, threads);
+  const Frame frame = decodePicture(bytes, {threads, shape.has_value()});
   if (!frame || (check && large && !check->passes())) {
     return kDamaged;
   }

@@ -5,6 +5,9 @@
 #include <cstddef>
 #include <cstdint>
 #include <limits>
+#include <mutex>
+#include <utility>
+#include <vector>
 
 #include "platform/codecs/codec.h"
 
@@ -85,11 +88,18 @@ int getMarkedBuffer(AVCodecContext* context, AVFrame* frame, int flags) {
   return result;
 }
 
-Context openDecoder(Buffers& buffers, int threads) {
+/// A decoder with its buffers, which the next picture of the same size finds in place.
+struct OpenDecoder {
+  std::unique_ptr<Buffers> buffers = std::make_unique<Buffers>();  // the context points to it
+  Context context;
+};
+
+OpenDecoder openDecoder(int threads) {
+  OpenDecoder decoder;
   const AVCodec* codec = avcodec_find_decoder(AV_CODEC_ID_HEVC);
   Context context(codec == nullptr ? nullptr : avcodec_alloc_context3(codec));
   if (!context) {
-    return nullptr;
+    return decoder;
   }
   // The picture hash of AV_EF_CRCCHECK is verified where the stream carries one.
   context->err_recognition = AV_EF_CRCCHECK | AV_EF_BITSTREAM | AV_EF_BUFFER | AV_EF_EXPLODE | AV_EF_CAREFUL;
@@ -99,9 +109,41 @@ Context openDecoder(Buffers& buffers, int threads) {
   context->max_pixels = static_cast<std::int64_t>(kMaximumPixels);
   context->thread_type = FF_THREAD_SLICE;
   context->thread_count = threads;
-  context->opaque = &buffers;
+  context->opaque = decoder.buffers.get();
   context->get_buffer2 = getMarkedBuffer;
-  return avcodec_open2(context.get(), codec, nullptr) < 0 ? nullptr : std::move(context);
+  if (avcodec_open2(context.get(), codec, nullptr) == 0) {
+    decoder.context = std::move(context);
+  }
+  return decoder;
+}
+
+/// The single-threaded decoders that are not in use: as many as there ever were workers on the tiles of a grid.
+class IdleDecoders {
+ public:
+  OpenDecoder take() {
+    const std::lock_guard lock(mutex_);
+    if (decoders_.empty()) {
+      return {};
+    }
+    OpenDecoder decoder = std::move(decoders_.back());
+    decoders_.pop_back();
+    return decoder;
+  }
+
+  void put(OpenDecoder decoder) {
+    const std::lock_guard lock(mutex_);
+    decoders_.push_back(std::move(decoder));
+  }
+
+ private:
+  std::mutex mutex_;
+  std::vector<OpenDecoder> decoders_;
+};
+
+/// Made at the first use, and lives as long as the module, which is never unloaded.
+IdleDecoders& idleDecoders() {
+  static IdleDecoders decoders;
+  return decoders;
 }
 
 bool isSound(const AVFrame& frame) {
@@ -110,26 +152,36 @@ bool isSound(const AVFrame& frame) {
 
 }  // namespace
 
-Frame decodePicture(ByteView stream, int threads) {
+Frame decodePicture(ByteView stream, DecodingMeans means) {
   constexpr std::size_t kMaximumSize = std::numeric_limits<int>::max() - std::size_t{AV_INPUT_BUFFER_PADDING_SIZE};
-  Buffers buffers;
-  const Context context = openDecoder(buffers, threads);
+  const bool shared = means.usedDecoder && means.threads == 1;
+  OpenDecoder decoder = shared ? idleDecoders().take() : OpenDecoder{};
+  if (!decoder.context) {
+    decoder = openDecoder(means.threads);
+  }
   const Packet packet(av_packet_alloc());
   Frame frame(av_frame_alloc());
   const Frame another(av_frame_alloc());
-  if (!context || !packet || !frame || !another || stream.size() > kMaximumSize) {
+  if (!decoder.context || !packet || !frame || !another || stream.size() > kMaximumSize) {
     return nullptr;
   }
+  AVCodecContext* const context = decoder.context.get();
+  decoder.buffers->count = 0;
   packet->data = const_cast<std::uint8_t*>(stream.data());  // not written to: a packet without an owner is copied
   packet->size = static_cast<int>(stream.size());
-  const bool decoded = avcodec_send_packet(context.get(), packet.get()) == 0 &&
-                       avcodec_send_packet(context.get(), nullptr) == 0 &&
-                       avcodec_receive_frame(context.get(), frame.get()) == 0;
+  const bool decoded = avcodec_send_packet(context, packet.get()) == 0 && avcodec_send_packet(context, nullptr) == 0 &&
+                       avcodec_receive_frame(context, frame.get()) == 0;
   if (!decoded || !isSound(*frame) || hasMark(*frame, *context)) {
     return nullptr;
   }
-  const bool alone = avcodec_receive_frame(context.get(), another.get()) == AVERROR_EOF && buffers.count == 1;
-  return alone ? std::move(frame) : nullptr;
+  if (avcodec_receive_frame(context, another.get()) != AVERROR_EOF || decoder.buffers->count != 1) {
+    return nullptr;
+  }
+  if (shared) {  // after a failure a decoder is not used again
+    avcodec_flush_buffers(context);
+    idleDecoders().put(std::move(decoder));
+  }
+  return frame;
 }
 
 }  // namespace quellor::hevc

@@ -1,8 +1,8 @@
 #include "platform/metadata/packet_twins.h"
 
-#include <gtest/gtest.h>
-
 #include <string>
+
+#include <gtest/gtest.h>
 
 #include "platform/metadata/block_editing.h"
 #include "platform/module.h"
