@@ -31,7 +31,7 @@ inline nlohmann::json writingRequest(const std::string& operation, const std::fi
 inline std::map<std::string, std::string> snapshotOf(const std::filesystem::path& folder) {
   std::map<std::string, std::string> entries;
   for (const auto& entry : std::filesystem::recursive_directory_iterator(folder)) {
-    std::string& is = entries[std::filesystem::relative(entry.path(), folder).string()];
+    std::string& is = entries[entry.path().lexically_relative(folder).string()];
     if (entry.is_symlink()) {
       is = "link to " + std::filesystem::read_symlink(entry.path()).string();
     } else if (entry.is_directory()) {
