@@ -1,0 +1,77 @@
+"""What is measured against what, and what the ratios shall not exceed."""
+
+from dataclasses import dataclass, field
+from typing import Callable
+
+from .commands import Commands
+from .inputs import LARGE_SHARE, Inputs
+from .matching import QUALITY, Matching
+from .measure import Run
+
+
+@dataclass(frozen=True)
+class Peer:
+    run: Run
+    targets: dict = field(default_factory=dict)  # measure to greatest ratio of the medians
+    share: float = 1.0  # the work has so many times the pixels of the peer's
+
+
+@dataclass(frozen=True)
+class Work:
+    run: Run
+    peers: list
+    limits: dict = field(default_factory=dict)  # measure to greatest median, in its own unit
+    more_rounds: int = 1  # than the others, because it is short
+    minutes_long: bool = False  # so long that caches do not matter and rounds have to be few
+
+
+MEGABYTE = 1_000_000
+
+
+def timed(run: Run, ratio: float) -> Peer:
+    return Peer(run, {"wall": ratio})
+
+
+def in_proportion(run: Run) -> Peer:
+    """The same operation on the 12 megapixels."""
+    return Peer(run, {"wall": 1.1, "peak": 1.1}, LARGE_SHARE)
+
+
+def works(c: Commands, i: Inputs, matching: Matching) -> dict[str, Callable[[], Work]]:
+    """By name. An image is made, and a quality is looked for, when a work that needs it is asked for."""
+
+    def matched_heif_enc() -> Run:
+        return c.heif_enc(i.png, matching.heif_enc_quality)
+
+    def peak(megabytes: float) -> dict:
+        return {"peak": megabytes * MEGABYTE}
+
+    return {
+        "bad-request": lambda: Work(c.refused_request(), [timed(c.nothing(), 4)], more_rounds=10),
+        "inspect-untiled": lambda: Work(c.inspect(i.untiled), [timed(c.heif_dec(i.untiled), 0.35)]),
+        "inspect-tiled": lambda: Work(c.inspect(i.tiled), [timed(c.heif_dec(i.tiled), 0.65)], peak(80)),
+        "inspect-jpeg": lambda: Work(c.inspect(i.jpeg), [timed(c.djpeg(i.jpeg), 1.1)]),
+        "inspect-png": lambda: Work(c.inspect(i.png), [Peer(c.vips_avg(i.png))]),
+        "encode-candidate": lambda: Work(
+            c.encode_candidate(i.tiled, QUALITY), [timed(matched_heif_enc(), 0.55)], peak(260)),
+        "rewrite-from-source": lambda: Work(
+            c.rewrite_from_source(i.tiled), [timed(c.inspect(i.tiled), 5.3), Peer(c.exiftool_copy(i.tiled))]),
+        "rewrite-decoded-image": lambda: Work(c.rewrite_decoded_image(i.tiled), [Peer(matched_heif_enc())]),
+        "export": lambda: Work(c.export_pixels(i.tiled), [timed(c.vips_rawsave(i.tiled), 0.9)], peak(110)),
+        "icon-inspect": lambda: Work(c.inspect(i.icon), [Peer(c.heif_info(i.icon)), Peer(c.exiftool(i.icon))]),
+        "icon-inspect-png": lambda: Work(c.inspect(i.icon_png), [Peer(c.vips_avg(i.icon_png))]),
+        "icon-encode-candidate": lambda: Work(c.encode_candidate(i.icon, QUALITY), [Peer(c.heif_enc(i.icon_png))]),
+        "icon-rewrite-from-source": lambda: Work(
+            c.rewrite_from_source(i.icon), [Peer(c.inspect(i.icon)), Peer(c.exiftool_copy(i.icon))]),
+        "icon-rewrite-decoded-image": lambda: Work(
+            c.rewrite_decoded_image(i.icon), [Peer(c.heif_enc(i.icon_png))]),
+        "icon-export": lambda: Work(c.export_pixels(i.icon), [Peer(c.vips_rawsave(i.icon))]),
+        "large-inspect": lambda: Work(c.inspect(i.large_tiled), [in_proportion(c.inspect(i.tiled))]),
+        "large-inspect-jpeg": lambda: Work(c.inspect(i.large_jpeg), [in_proportion(c.inspect(i.jpeg))]),
+        "large-export": lambda: Work(c.export_pixels(i.large_tiled), [in_proportion(c.export_pixels(i.tiled))]),
+        "large-rewrite-from-source": lambda: Work(
+            c.rewrite_from_source(i.large_tiled), [in_proportion(c.rewrite_from_source(i.tiled))]),
+        "large-encode-candidate": lambda: Work(
+            c.encode_candidate(i.large_tiled, QUALITY), [in_proportion(c.encode_candidate(i.tiled, QUALITY))],
+            minutes_long=True),
+    }
