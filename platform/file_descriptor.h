@@ -11,6 +11,7 @@ class FileDescriptor {
   FileDescriptor(FileDescriptor&& other) noexcept : descriptor_(std::exchange(other.descriptor_, -1)) {}
   FileDescriptor& operator=(FileDescriptor&&) = delete;
   FileDescriptor(const FileDescriptor&) = delete;
+  FileDescriptor& operator=(const FileDescriptor&) = delete;
   ~FileDescriptor() {
     if (isOpen()) ::close(descriptor_);
   }

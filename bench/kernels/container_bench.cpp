@@ -10,7 +10,7 @@
 namespace quellor::heif {
 namespace {
 
-constexpr std::size_t kTileBytes = 48 * 1024;
+constexpr std::size_t kTileBytes = std::size_t{48} * 1024;
 constexpr std::size_t kProfileBytes = 548;
 constexpr std::size_t kConfigurationBytes = 110;
 constexpr ItemId kGridItem = 1;
@@ -54,7 +54,7 @@ void readGrid(benchmark::State& state) {
   const auto serialised = serialise(gridOf(state.range(0), tile));
   Bytes file;
   for (const ByteView part : serialised->parts()) file.insert(file.end(), part.begin(), part.end());
-  for (auto _ : state) {
+  while (state.KeepRunning()) {
     auto container = readContainer(file);
     if (!container) return state.SkipWithError("the file was not read");
     benchmark::DoNotOptimize(container);
@@ -67,7 +67,7 @@ void writeGrid(benchmark::State& state) {
   const Bytes tile(kTileBytes);
   const OutputFile file = gridOf(state.range(0), tile);
   std::size_t structureBytes = 0;
-  for (auto _ : state) {
+  while (state.KeepRunning()) {
     auto serialised = serialise(file);
     if (!serialised) return state.SkipWithError("the file was not written");
     structureBytes = serialised->head.size();

@@ -54,7 +54,7 @@ void removePositionAndCamera(benchmark::State& state) {
   edit.exifTags = {exif_tag::kMakerNote};
   edit.removeGps = true;
   edit.orientation = 1;
-  for (auto _ : state) {
+  while (state.KeepRunning()) {
     const auto directories = readExifDirectories(block);
     auto edited = directories ? editedExif(*directories, edit) : std::nullopt;
     if (!edited) return state.SkipWithError("the block was not edited");

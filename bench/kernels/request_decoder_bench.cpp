@@ -18,13 +18,13 @@ std::string request(const std::string& extra) {
 
 std::string unknownList(std::int64_t bytes) {
   std::string list = ",\"unknown\":[0";
-  while (list.size() < static_cast<std::size_t>(bytes)) list += ",{\"a\":\"text\",\"b\":12.5}";
+  while (list.size() < static_cast<std::size_t>(bytes)) list += R"(,{"a":"text","b":12.5})";
   return bytes == 0 ? "" : list + "]";
 }
 
 void decodeRequestWith(benchmark::State& state) {
   const std::string document = request(unknownList(state.range(0)));
-  for (auto _ : state) {
+  while (state.KeepRunning()) {
     auto decoded = decodeRequest(document);
     benchmark::DoNotOptimize(decoded);
   }

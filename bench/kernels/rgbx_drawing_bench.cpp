@@ -43,7 +43,7 @@ void drawPhoto(benchmark::State& state) {
   if (engine == nullptr) return state.SkipWithError("the module is missing");
   const Raster raster = photo(static_cast<int>(state.range(0)));
   Bytes pixels(std::size_t{kWidth} * kHeight * 4);
-  for (auto _ : state) {
+  while (state.KeepRunning()) {
     if (!engine->drawRgbx(raster, pixels)) return state.SkipWithError("the photo was not drawn");
     benchmark::DoNotOptimize(pixels.data());
   }

@@ -1,5 +1,6 @@
 #include "platform/codecs/heic_encoder.h"
 
+#include <array>
 #include <cstring>
 #include <exception>
 #include <memory>
@@ -47,7 +48,9 @@ bool copyPlane(heif_image* image, heif_channel channel, const Component& from, i
 }
 
 ImagePointer imageOf(const Raster& raster) {
+  constexpr std::array channels = {heif_channel_Y, heif_channel_Cb, heif_channel_Cr};
   const bool grey = raster.model == SampleModel::grey;
+  if (raster.components.size() != (grey ? 1 : channels.size())) return nullptr;
   heif_image* created = nullptr;
   if (!succeeded(heif_image_create(static_cast<int>(raster.width), static_cast<int>(raster.height),
                                    grey ? heif_colorspace_monochrome : heif_colorspace_YCbCr,
@@ -55,7 +58,6 @@ ImagePointer imageOf(const Raster& raster) {
     return nullptr;
   }
   ImagePointer image(created);
-  constexpr heif_channel channels[] = {heif_channel_Y, heif_channel_Cb, heif_channel_Cr};
   for (std::size_t i = 0; i < raster.components.size(); ++i) {
     if (!copyPlane(image.get(), channels[i], raster.components[i], raster.bitsPerComponent)) return nullptr;
   }

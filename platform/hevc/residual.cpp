@@ -192,7 +192,7 @@ unsigned ResidualParser::escapePrefix() {
     decoder_.skipBypass(bins, prefix + 1);
     return static_cast<unsigned>(prefix);
   }
-  decoder_.skipBypass(bins, ArithmeticDecoder::kPeek);
+  decoder_.skipBypass(bins, prefix);
   while (prefix <= kMaximumPrefix && decoder_.bypass()) {
     ++prefix;
   }
@@ -223,7 +223,7 @@ bool ResidualParser::levels(unsigned significant, bool firstSubBlock) {
   firstLevels_ = false;
   unsigned context = 1;
   const unsigned count = static_cast<unsigned>(std::popcount(significant));
-  Context* const contexts = contexts_.greater1.data() + set * 4 + (block_.chroma ? 16 : 0);
+  Context* const contexts = contexts_.greater1.data() + std::size_t{set} * 4 + (block_.chroma ? 16 : 0);
   unsigned greater1 = 0;  // bit i: of the coefficient at place i in the order of coding
   for (unsigned i = 0; i < std::min(count, kMaximumGreater1); ++i) {
     const unsigned bin = decoder_.decode(contexts[context]) ? 1 : 0;

@@ -38,7 +38,7 @@ void ParameterSets::store(const NalUnit& unit) {
       pps_[id] = std::move(pps);
     }
   } else if (auto sps = parseSps(raw.bytes, id)) {
-    sps_[id] = std::move(sps);
+    sps_[id] = sps;
   }
 }
 

@@ -220,7 +220,7 @@ std::optional<Bytes> editedXmp(ByteView packet, const XmpEdit& edit) {
   pugi::xml_document document;
   if (!document.load_buffer(packet.data(), packet.size(), kParsing) || !hasUsableForm(document)) return std::nullopt;
   PacketEditor editor(edit);
-  editor.editChildren(document);
+  editor.editChildren(document.root());
   return editor.changed() ? written(document) : Bytes(packet.begin(), packet.end());
 }
 

@@ -28,7 +28,7 @@ struct Piece {
 
 std::uint16_t sampleAt(const std::uint8_t* samples, std::size_t sampleBytes, std::size_t index) {
   if (sampleBytes == 1) return samples[index];
-  std::uint16_t sample;
+  std::uint16_t sample = 0;
   std::memcpy(&sample, samples + index * sizeof sample, sizeof sample);
   return sample;
 }
@@ -74,6 +74,7 @@ class Canvas {
       const std::uint32_t sample = sampleAt(piece.samples, sampleBytes, i);
       const std::uint32_t value = std::clamp(sample, range.black, range.black + range.span) - range.black;
       const std::uint32_t alpha = std::min<std::uint32_t>(sampleAt(alphaRow.data(), alphaBytes, i), opaque);
+      // Never negative, and std::lround is a call.  NOLINTNEXTLINE(bugprone-incorrect-roundings)
       *to = static_cast<std::uint8_t>(static_cast<double>(value) * alpha * scale + 0.5);
     }
     if (color == 0) drawFourthBytes(piece);

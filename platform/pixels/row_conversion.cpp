@@ -133,7 +133,7 @@ class RowRings {
 struct Input {
   const ColorRows& source;
   const RowRings& rings;
-  std::uint32_t firstRow;  // of the image, that the library calls 0
+  std::uint32_t firstRow = 0;  // of the image, that the library calls 0
   ChromaPhase phase;
 
   void fillRow(std::size_t plane, unsigned row, unsigned left, unsigned right) const {
@@ -163,9 +163,9 @@ struct Input {
 struct Output {
   RowSink& sink;
   const RowRings& rings;
-  std::uint32_t width;
+  std::uint32_t width = 0;
   RowSlice slice;
-  std::uint32_t firstRow;
+  std::uint32_t firstRow = 0;
 
   static int empty(void* user, unsigned line, unsigned left, unsigned right) noexcept {
     const Output& self = *static_cast<const Output*>(user);
