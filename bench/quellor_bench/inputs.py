@@ -11,7 +11,7 @@ from pathlib import Path
 from .tree import PROJECT, Tree
 
 # Raised when a recipe below changes, so that nobody measures with an image of the old one.
-RECIPES = 1
+RECIPES = 2
 
 WIDTH, HEIGHT = 4032, 3024  # 12 megapixels, as phones take them
 LARGE_WIDTH, LARGE_HEIGHT = 16320, 12240  # 200 megapixels, likewise
@@ -76,7 +76,7 @@ class Inputs:
 
     @cached_property
     def large_tiled(self) -> Path:
-        """200 MP HEIC of the tiled photo's tiles, again and again."""
+        """200 MP HEIC of the tiled photo's tiles, again and again, each with a number."""
         photo = self.tiled
         return self._make("large.heic", lambda to: command(
             self._tree.repeat_tiles, photo, to, tiles_for(LARGE_WIDTH), tiles_for(LARGE_HEIGHT),

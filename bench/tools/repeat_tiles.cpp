@@ -4,7 +4,8 @@
 //
 // INPUT is a HEIF file whose primary image is a grid of HEVC tiles without alpha. OUTPUT becomes a grid of COLUMNS x
 // ROWS tiles, shown WIDTH x HEIGHT, with the properties and the metadata of INPUT. Cameras of 200 megapixels write
-// such files, but hardly anybody has one at hand.
+// such files, but hardly anybody has one at hand. Every tile is given a number, so that no two are the same and what
+// recognises pictures that it has seen finds none.
 
 #include <algorithm>
 #include <charconv>
@@ -29,6 +30,7 @@ namespace {
 constexpr FourCC kGrid = fourCC("grid");
 constexpr FourCC kDerivedFrom = fourCC("dimg");
 constexpr FourCC kSpatialExtents = fourCC("ispe");
+constexpr FourCC kDecoderConfiguration = fourCC("hvcC");
 
 /// A grid as its item's data describes it (ISO/IEC 23008-12, 6.6.2.3).
 struct Grid {
@@ -66,6 +68,27 @@ Bytes spatialExtents(const Grid& grid) {
 
 FourCC typeOf(ByteView box) { return ByteReader(box.subspan(4, 4)).u32(); }
 
+/// A unit that follows a picture's slices and changes nothing of it: a suffix SEI message with unregistered user data
+/// (ITU-T H.265, 7.3.2.4 and D.2.7), behind its length. No byte is 0, so none needs an emulation prevention byte.
+Bytes numberUnit(std::uint32_t number) {
+  constexpr std::string_view identifier = "repeated picture";  // 16 bytes, where a UUID is expected
+  constexpr std::uint8_t suffixSei = 40, userDataUnregistered = 5, numberBytes = 4, stop = 0x80;
+  constexpr std::size_t unitBytes = 4 + identifier.size() + numberBytes + 1;
+  BoxWriter writer;
+  writer.u32(unitBytes).u8(suffixSei << 1U).u8(1).u8(userDataUnregistered).u8(identifier.size() + numberBytes);
+  for (const char character : identifier) writer.u8(static_cast<std::uint8_t>(character));
+  for (unsigned shift = 0; shift < 7 * numberBytes; shift += 7)
+    writer.u8(static_cast<std::uint8_t>(0x80U | (number >> shift & 0x7fU)));
+  return writer.u8(stop).take();
+}
+
+/// Whether the lengths before the units are of 4 bytes (ISO/IEC 14496-15, 8.3.3.1.2).
+bool hasLongLengths(ByteView decoderConfiguration) {
+  constexpr std::size_t boxHeader = 8, lengthSizePlace = 21;
+  return decoderConfiguration.size() > boxHeader + lengthSizePlace &&
+         (decoderConfiguration[boxHeader + lengthSizePlace] & 3U) == 3;
+}
+
 class TileRepeater {
  public:
   TileRepeater(OutputFile file, const Grid& wanted) : file_(std::move(file)), wanted_(wanted) {}
@@ -79,6 +102,9 @@ class TileRepeater {
     OutputItem primary = *grid;
     const Grid source = arrangementOf(primary);
     const std::vector<OutputItem> tiles = tilesOf(source);
+    for (const Bytes& property : file_.properties)
+      if (typeOf(property) == kDecoderConfiguration && !hasLongLengths(property))
+        throw std::runtime_error("the units' lengths are not of 4 bytes");
     resize(primary);
     file_.items = {std::move(primary)};
     repeat(tiles, source);
@@ -96,6 +122,12 @@ class TileRepeater {
     }
     if (tiles.size() != std::size_t{source.columns} * source.rows) throw std::runtime_error("tiles are missing");
     return tiles;
+  }
+
+  void append(Bytes bytes, OutputItem& item) {
+    const auto owned = std::make_shared<const Bytes>(std::move(bytes));
+    file_.owned.push_back(owned);
+    item.data.emplace_back(*owned);
   }
 
   void resize(OutputItem& primary) {
@@ -116,6 +148,7 @@ class TileRepeater {
       for (std::uint32_t column = 0; column < wanted_.columns; ++column) {
         OutputItem tile = tiles[std::size_t{row % source.rows} * source.columns + column % source.columns];
         tile.id = ++next;
+        append(numberUnit(next), tile);
         derivation.to.push_back(tile.id);
         file_.items.push_back(std::move(tile));
       }
