@@ -8,6 +8,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "tests/support/byte_texts.h"
 #include "tests/support/jpeg_fixture.h"
 #include "tests/support/png_fixture.h"
 #include "tests/support/program.h"

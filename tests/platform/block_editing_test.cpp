@@ -9,12 +9,14 @@
 
 #include "platform/metadata/exif_editor.h"
 #include "platform/module.h"
+#include "tests/support/byte_texts.h"
 #include "tests/support/metadata_reading.h"
 #include "tests/support/tiff_structure.h"
 
 namespace quellor {
 namespace {
 
+using test_support::bytesOf;
 using test_support::exifProperties;
 using test_support::nested;
 using test_support::propertiesOf;
@@ -26,8 +28,6 @@ using Entry = TiffStructure::Entry;
 constexpr std::string_view kPacket =
     "<x xmlns:exif='http://ns.adobe.com/exif/1.0/' xmlns:tiff='http://ns.adobe.com/tiff/1.0/' "
     "exif:GPSLatitude='52,31.2N' tiff:Make='Maker Inc' tiff:Model='Model One' exif:MakerNote='note' other='kept'/>";
-
-Bytes bytesOf(std::string_view text) { return {text.begin(), text.end()}; }
 
 bool holds(const std::optional<Bytes>& block, std::string_view text) {
   return block && std::search(block->begin(), block->end(), text.begin(), text.end()) != block->end();

@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include "platform/metadata/exif_editor.h"
+#include "tests/support/byte_texts.h"
 #include "tests/support/metadata_reading.h"
 #include "tests/support/tiff_structure.h"
 
@@ -14,6 +15,7 @@ namespace quellor {
 namespace {
 
 using namespace metadata;
+using test_support::bytesOf;
 using test_support::exifProperties;
 using test_support::TiffStructure;
 using test_support::valueOf;
@@ -35,8 +37,6 @@ bool holds(const Bytes& block, std::string_view text) {
 bool holds(const Bytes& block, const Bytes& run) {
   return std::search(block.begin(), block.end(), run.begin(), run.end()) != block.end();
 }
-
-Bytes bytesOf(std::string_view text) { return {text.begin(), text.end()}; }
 
 /// A block as cameras write it: two directories with values between them, GPS, Interoperability and a thumbnail.
 struct Photo {

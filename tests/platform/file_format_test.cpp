@@ -4,16 +4,16 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/support/byte_texts.h"
 #include "tests/support/heif_builder.h"
 
 namespace quellor {
 namespace {
 
 using test_support::box;
+using test_support::bytesOf;
 using test_support::FieldWriter;
 using namespace std::string_literals;
-
-Bytes bytesOf(const std::string& text) { return {text.begin(), text.end()}; }
 
 std::optional<FileFormat> formatOf(const std::string& head) { return recogniseFormat(bytesOf(head)); }
 

@@ -3,18 +3,18 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "tests/support/byte_texts.h"
 #include "tests/support/metadata_reading.h"
 #include "tests/support/tiff_structure.h"
 
 namespace quellor {
 namespace {
 
+using test_support::bytesOf;
 using test_support::nested;
 using test_support::propertiesOf;
 using test_support::TiffStructure;
 using testing::Optional;
-
-Bytes asciiBytes(std::string_view text) { return {text.begin(), text.end()}; }
 
 TEST(IptcProperties, NameTheApplicationRecordAndKeepTheRest) {
   const auto dataset = [](std::uint8_t record, std::uint8_t number, std::string_view value) {
@@ -34,14 +34,14 @@ TEST(IptcProperties, NameTheApplicationRecordAndKeepTheRest) {
                                             dataset(2, 220, "x"),
                                             {0, 0, 0}});
   PropertyDictionary expected;
-  expected.set("1:90", asciiBytes("\x1B%G"));
+  expected.set("1:90", bytesOf("\x1B%G"));
   expected.set("2:0", Bytes{0, 4});
   expected.set("ObjectName", "title");
   expected.set("Keywords", PropertyList{"one", "tw\xC3\xB6"});
   expected.set("Byline", PropertyList{"me"});
   expected.set("Caption/Abstract", "cap");
   expected.set("City", PropertyList{"A", "B"});
-  expected.set("2:220", asciiBytes("x"));
+  expected.set("2:220", bytesOf("x"));
   EXPECT_THAT(nested(propertiesOf({{}, {}, iptc}), "{IPTC}"), Optional(expected));
 }
 

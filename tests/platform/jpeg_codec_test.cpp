@@ -1,5 +1,4 @@
 #include <cstdint>
-#include <stdexcept>
 #include <string>
 #include <tuple>
 #include <utility>
@@ -8,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include "platform/codecs/codec.h"
+#include "tests/support/byte_texts.h"
 #include "tests/support/codec_samples.h"
 #include "tests/support/jpeg_fixture.h"
 
@@ -20,9 +20,8 @@ using test_support::JpegSpec;
 using Coding = JpegSpec::Coding;
 
 const Codec& codec() {
-  static const Codec* const loaded = test_support::openCodec("jpeg");
-  if (loaded == nullptr) throw std::runtime_error("the jpeg module cannot be opened");
-  return *loaded;
+  static const Codec& loaded = test_support::requiredCodec("jpeg");
+  return loaded;
 }
 
 std::uint8_t sampleAt(const Component& component, std::uint32_t x, std::uint32_t y) {

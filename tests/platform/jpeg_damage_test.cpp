@@ -2,13 +2,13 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
-#include <stdexcept>
 #include <string>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "platform/codecs/codec.h"
+#include "tests/support/byte_texts.h"
 #include "tests/support/codec_samples.h"
 #include "tests/support/jpeg_fixture.h"
 
@@ -19,17 +19,12 @@ using namespace std::string_literals;
 using test_support::bytesOf;
 using test_support::encodeJpeg;
 using test_support::JpegSpec;
+using test_support::with;
 using Coding = JpegSpec::Coding;
 
 const Codec& codec() {
-  static const Codec* const loaded = test_support::openCodec("jpeg");
-  if (loaded == nullptr) throw std::runtime_error("the jpeg module cannot be opened");
-  return *loaded;
-}
-
-Bytes with(Bytes file, std::size_t offset, std::uint8_t value) {
-  file.at(offset) = value;
-  return file;
+  static const Codec& loaded = test_support::requiredCodec("jpeg");
+  return loaded;
 }
 
 Bytes withInserted(Bytes file, std::size_t offset, const Bytes& bytes) {

@@ -6,12 +6,14 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "tests/support/byte_texts.h"
 #include "tests/support/metadata_reading.h"
 #include "tests/support/tiff_structure.h"
 
 namespace quellor {
 namespace {
 
+using test_support::bytesOf;
 using test_support::exifProperties;
 using test_support::nested;
 using test_support::propertiesOf;
@@ -24,8 +26,6 @@ PropertyDictionary tiffOf(const std::vector<Entry>& entries, bool bigEndian = tr
   return nested(exifProperties(TiffStructure(bigEndian).directory(entries).bytes()), property_key::kTiff)
       .value_or(PropertyDictionary());
 }
-
-Bytes asciiBytes(std::string_view text) { return {text.begin(), text.end()}; }
 
 TEST(MetadataProperties, KeepTheTypeOfEveryTiffType) {
   const struct {
@@ -119,7 +119,7 @@ TEST(MetadataProperties, TakeTheFirstReadableOfARepeatedTag) {
 TEST(MetadataProperties, LeaveOutWhatIsUnreadable) {
   const TiffStructure structure(true);
   EXPECT_TRUE(exifProperties({}).empty());
-  EXPECT_TRUE(exifProperties(asciiBytes("Exif")).empty());
+  EXPECT_TRUE(exifProperties(bytesOf("Exif")).empty());
   EXPECT_TRUE(exifProperties(TiffStructure(true).directory({}).bytes()).empty());
   EXPECT_TRUE(exifProperties(TiffStructure(true).directory({{271, 2, 500, structure.number(8, 4)}}).bytes()).empty());
   EXPECT_TRUE(propertiesOf({{}, Bytes(), Bytes()}).empty());
@@ -147,7 +147,7 @@ TEST(MetadataProperties, DoNotMultiplyDataThatEntriesShare) {
 }
 
 TEST(MetadataProperties, HoldTheXmpPacketAsItIs) {
-  const Bytes packet = asciiBytes("<x:xmpmeta/>");
+  const Bytes packet = bytesOf("<x:xmpmeta/>");
   EXPECT_THAT(valueOf(propertiesOf({{}, packet, {}}), "{XMP}"), Optional(PropertyValue(packet)));
 }
 

@@ -1,7 +1,6 @@
 #include <array>
 #include <cstdint>
 #include <cstring>
-#include <stdexcept>
 #include <string>
 #include <tuple>
 #include <utility>
@@ -20,9 +19,8 @@ using test_support::encodePng;
 using test_support::PngSpec;
 
 const Codec& codec() {
-  static const Codec* const loaded = test_support::openCodec("png");
-  if (loaded == nullptr) throw std::runtime_error("the png module cannot be opened");
-  return *loaded;
+  static const Codec& loaded = test_support::requiredCodec("png");
+  return loaded;
 }
 
 std::uint32_t sampleAt(const Raster& raster, const Component& component, std::uint32_t x, std::uint32_t y) {

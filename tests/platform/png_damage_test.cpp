@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include "platform/codecs/codec.h"
+#include "tests/support/byte_texts.h"
 #include "tests/support/codec_samples.h"
 #include "tests/support/png_fixture.h"
 
@@ -14,23 +15,16 @@ namespace quellor {
 namespace {
 
 using namespace std::string_literals;
+using test_support::bytesOf;
 using test_support::encodePng;
+using test_support::plainPng;
 using test_support::PngPlace;
 using test_support::PngSpec;
 using test_support::PngText;
 
 const Codec& codec() {
-  static const Codec* const loaded = test_support::openCodec("png");
-  if (loaded == nullptr) throw std::runtime_error("the png module cannot be opened");
-  return *loaded;
-}
-
-Bytes bytesOf(const std::string& text) { return {text.begin(), text.end()}; }
-
-PngSpec plain() {
-  PngSpec spec;
-  spec.sample = [](auto x, auto y, auto c) { return (x * 40 + y * 10 + c) % 256; };
-  return spec;
+  static const Codec& loaded = test_support::requiredCodec("png");
+  return loaded;
 }
 
 const PngPlace& chunkOf(const std::vector<PngPlace>& chunks, const std::string& type) {
@@ -41,7 +35,7 @@ const PngPlace& chunkOf(const std::vector<PngPlace>& chunks, const std::string& 
 }
 
 PngSpec fullSpec(bool interlaced) {
-  PngSpec spec = plain();
+  PngSpec spec = plainPng();
   spec.colorType = 6;
   spec.interlaced = interlaced;
   spec.pixelsPerMetre = {{3937, 3937}};
@@ -84,7 +78,7 @@ TEST(PngCodec, RefusesDamagedChunksOfEveryKindWhenDescribing) {
 }
 
 TEST(PngCodec, RefusesImageDataWhoseOwnChecksumIsWrong) {
-  Bytes file = encodePng(plain());
+  Bytes file = encodePng(plainPng());
   const auto chunks = test_support::pngChunks(file);
   const PngPlace data = chunkOf(chunks, "IDAT");
   file[data.offset + 8 + data.length - 1] ^= 1;  // the last byte of Adler-32 (RFC 1950)
@@ -93,7 +87,7 @@ TEST(PngCodec, RefusesImageDataWhoseOwnChecksumIsWrong) {
 }
 
 TEST(PngCodec, RefusesASizeThatTheFileCannotHold) {
-  Bytes file = encodePng(plain());
+  Bytes file = encodePng(plainPng());
   const auto chunks = test_support::pngChunks(file);
   file[chunkOf(chunks, "IHDR").offset + 8 + 2] = 0x70;  // width 28689
   file[chunkOf(chunks, "IHDR").offset + 8 + 6] = 0x70;
@@ -103,14 +97,14 @@ TEST(PngCodec, RefusesASizeThatTheFileCannotHold) {
 }
 
 TEST(PngCodec, IgnoresWhatFollowsTheEnd) {
-  Bytes file = encodePng(plain());
+  Bytes file = encodePng(plainPng());
   file.insert(file.end(), {1, 2, 3});
   EXPECT_TRUE(codec().describe(file));
   EXPECT_TRUE(codec().decode(file));
 }
 
 TEST(PngCodec, DecodesInSpiteOfAncillaryChunksOfNoUse) {
-  PngSpec spec = plain();
+  PngSpec spec = plainPng();
   spec.chunksBeforeData = {{"iCCP", {1, 2, 3}}, {"gAMA", {1}}, {"pHYs", {}}, {"zTXt", bytesOf("a\0\0junk"s)}};
   const Bytes file = encodePng(spec);
   EXPECT_TRUE(codec().decode(file));

@@ -1,6 +1,5 @@
 #include <algorithm>
 #include <cstdint>
-#include <stdexcept>
 #include <string>
 #include <utility>
 
@@ -8,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include "platform/codecs/codec.h"
+#include "tests/support/byte_texts.h"
 #include "tests/support/codec_samples.h"
 #include "tests/support/png_fixture.h"
 
@@ -15,26 +15,19 @@ namespace quellor {
 namespace {
 
 using namespace std::string_literals;
+using test_support::bytesOf;
 using test_support::encodePng;
+using test_support::plainPng;
 using test_support::PngSpec;
 using test_support::PngText;
 
 const Codec& codec() {
-  static const Codec* const loaded = test_support::openCodec("png");
-  if (loaded == nullptr) throw std::runtime_error("the png module cannot be opened");
-  return *loaded;
-}
-
-Bytes bytesOf(const std::string& text) { return {text.begin(), text.end()}; }
-
-PngSpec plain() {
-  PngSpec spec;
-  spec.sample = [](auto x, auto y, auto c) { return (x * 40 + y * 10 + c) % 256; };
-  return spec;
+  static const Codec& loaded = test_support::requiredCodec("png");
+  return loaded;
 }
 
 TEST(PngCodec, AlwaysHasAPngDictionary) {
-  PngSpec spec = plain();
+  PngSpec spec = plainPng();
   spec.interlaced = true;
   const auto facts = codec().describe(encodePng(spec));
   ASSERT_TRUE(facts);
@@ -46,7 +39,7 @@ TEST(PngCodec, AlwaysHasAPngDictionary) {
 }
 
 TEST(PngCodec, ReportsTextGammaAndIntent) {
-  PngSpec spec = plain();
+  PngSpec spec = plainPng();
   spec.gamma = 0.45455;
   spec.renderingIntent = 1;
   spec.texts = {{PngText::Kind::latin1, "Author", "J\xFCrgen"},
@@ -74,7 +67,7 @@ TEST(PngCodec, ReportsTextGammaAndIntent) {
 }
 
 TEST(PngCodec, ReportsTheResolutionInInches) {
-  PngSpec spec = plain();
+  PngSpec spec = plainPng();
   spec.pixelsPerMetre = {{10000, 5000}};
   const auto facts = codec().describe(encodePng(spec));
   ASSERT_TRUE(facts);
@@ -112,7 +105,7 @@ Bytes smallProfile(std::size_t size) {
 
 TEST(PngCodec, ReportsTheProfileByteForByteAlsoWhenItIsLarge) {
   for (const std::size_t size : {std::size_t{600}, std::size_t{5000000}}) {
-    PngSpec spec = plain();
+    PngSpec spec = plainPng();
     spec.iccProfile = smallProfile(size);
     EXPECT_EQ(codec().describe(encodePng(spec)).value().iccProfile, spec.iccProfile);
   }
@@ -120,7 +113,7 @@ TEST(PngCodec, ReportsTheProfileByteForByteAlsoWhenItIsLarge) {
 
 TEST(PngCodec, ReportsCodePoints) {
   const auto codePoints = [](Bytes data, bool afterData = false) {
-    PngSpec spec = plain();
+    PngSpec spec = plainPng();
     (afterData ? spec.chunksAfterData : spec.chunksBeforeData).push_back({"cICP", std::move(data)});
     return codec().describe(encodePng(spec)).value().cicp;
   };
@@ -134,7 +127,7 @@ TEST(PngCodec, ReportsCodePoints) {
 
 TEST(PngCodec, FindsExifBeforeAndBehindTheImageData) {
   const Bytes exif = bytesOf("II*\0\x08\0\0\0\0\0"s);
-  PngSpec spec = plain();
+  PngSpec spec = plainPng();
   spec.chunksBeforeData = {{"eXIf", exif}};
   EXPECT_EQ(codec().describe(encodePng(spec)).value().metadata.exif, exif);
   std::swap(spec.chunksBeforeData, spec.chunksAfterData);
@@ -143,7 +136,7 @@ TEST(PngCodec, FindsExifBeforeAndBehindTheImageData) {
 
 TEST(PngCodec, FindsTheXmpPacketPlainOrCompressed) {
   for (const auto kind : {PngText::Kind::utf8, PngText::Kind::utf8Compressed}) {
-    PngSpec spec = plain();
+    PngSpec spec = plainPng();
     const std::string packet = "<x:xmpmeta>" + std::string(3000000, ' ') + "</x:xmpmeta>";
     spec.texts = {{kind, "XML:com.adobe.xmp", packet}};
     EXPECT_EQ(codec().describe(encodePng(spec)).value().metadata.xmp, bytesOf(packet));
@@ -152,7 +145,7 @@ TEST(PngCodec, FindsTheXmpPacketPlainOrCompressed) {
 
 TEST(PngCodec, ReadsRawProfilesInHexadecimal) {
   const auto metadataOf = [](const std::string& type, const std::string& text) {
-    PngSpec spec = plain();
+    PngSpec spec = plainPng();
     spec.texts = {{PngText::Kind::latin1Compressed, "Raw profile type " + type, text}};
     return codec().describe(encodePng(spec)).value().metadata;
   };
@@ -171,7 +164,7 @@ TEST(PngCodec, ReadsRawProfilesInHexadecimal) {
 }
 
 TEST(PngCodec, PrefersTheChunkToARawProfile) {
-  PngSpec spec = plain();
+  PngSpec spec = plainPng();
   spec.texts = {{PngText::Kind::latin1, "Raw profile type exif", "\nexif\n10\n4578696600004d4d002a\n"}};
   spec.chunksAfterData = {{"eXIf", bytesOf("II*\0\x08\0\0\0"s)}};
   EXPECT_EQ(codec().describe(encodePng(spec)).value().metadata.exif, bytesOf("II*\0\x08\0\0\0"s));

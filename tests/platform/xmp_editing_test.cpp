@@ -6,17 +6,17 @@
 
 #include "platform/metadata/xmp_editor.h"
 #include "platform/module.h"
+#include "tests/support/byte_texts.h"
 
 namespace quellor {
 namespace {
 
+using test_support::bytesOf;
 using testing::HasSubstr;
 using testing::Not;
 
 constexpr XmpEdit kNoGps{.removeGps = true, .orientation = {}};
 constexpr XmpEdit kNoMaker{.removeMake = true, .removeModel = true, .removeMakerNote = true, .orientation = {}};
-
-Bytes bytesOf(std::string_view text) { return {text.begin(), text.end()}; }
 
 /// A packet with these attributes and this content in its one description.
 std::string packet(const std::string& attributes, const std::string& content) {

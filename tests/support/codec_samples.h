@@ -1,6 +1,8 @@
 #pragma once
 #include <cstdint>
 #include <cstring>
+#include <stdexcept>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -12,6 +14,13 @@ namespace quellor::test_support {
 /// The codec of a built module, or null when the module does not load.
 inline const Codec* openCodec(std::string_view format) {
   return ModuleLoader(QUELLOR_MODULES).open<Codec>(format, kCodecEntry);
+}
+
+/// The same for tests that make no sense without it: raises std::runtime_error.
+inline const Codec& requiredCodec(std::string_view format) {
+  const Codec* const codec = openCodec(format);
+  if (codec == nullptr) throw std::runtime_error("the module cannot be opened: " + std::string(format));
+  return *codec;
 }
 
 inline int sampleAt(const Component& component, int bitsPerComponent, std::uint32_t x, std::uint32_t y) {

@@ -140,10 +140,4 @@ std::size_t firstPlaceOf(ByteView bytes, ByteView file) {
   return static_cast<std::size_t>(place - file.begin());
 }
 
-Bytes bytesOf(const std::string& text, const Bytes& tail) {
-  Bytes bytes(text.begin(), text.end());
-  bytes.insert(bytes.end(), tail.begin(), tail.end());
-  return bytes;
-}
-
 }  // namespace quellor::test_support

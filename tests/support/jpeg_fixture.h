@@ -52,7 +52,4 @@ std::size_t lastPlaceOf(ByteView bytes, ByteView file);
 /// The offset of the first such place.
 std::size_t firstPlaceOf(ByteView bytes, ByteView file);
 
-/// The characters of `text`, and then `tail`.
-Bytes bytesOf(const std::string& text, const Bytes& tail = {});
-
 }  // namespace quellor::test_support

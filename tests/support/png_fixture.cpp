@@ -137,6 +137,12 @@ Bytes encodePng(const PngSpec& spec) {
   return file;
 }
 
+PngSpec plainPng() {
+  PngSpec spec;
+  spec.sample = [](auto x, auto y, auto component) { return (x * 40 + y * 10 + component) % 256; };
+  return spec;
+}
+
 std::vector<PngPlace> pngChunks(ByteView file) {
   std::vector<PngPlace> places;
   std::size_t offset = 8;

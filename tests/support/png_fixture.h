@@ -45,6 +45,9 @@ struct PngSpec {
 
 Bytes encodePng(const PngSpec& spec);
 
+/// Nothing special: RGB of 8 bits, no two neighbours the same.
+PngSpec plainPng();
+
 /// Where a chunk stands in a file: `offset` of its length field, and the length of its data.
 struct PngPlace {
   std::string type;
