@@ -87,9 +87,12 @@ std::string formOf(const Raster& raster) {
   return form + " " + std::to_string(raster.bitsPerComponent) + " bits" + (raster.alpha ? " alpha" : "");
 }
 
+/// Where the samples are of several depths or of less than 8 bits, what the library draws of them.
 std::optional<Raster> judged(const std::string& file) {
-  auto raster = HeifJudge((test_support::samples() / file).string()).coded();
-  if (raster && (file == kSitedAmid || file == kJpegCoded)) raster->chromaSiting = ChromaSiting::centre;
+  const HeifJudge judge((test_support::samples() / file).string());
+  auto raster = judge.coded();
+  if (!raster) return judge.drawn();
+  if (file == kSitedAmid || file == kJpegCoded) raster->chromaSiting = ChromaSiting::centre;
   return raster;
 }
 
@@ -132,7 +135,7 @@ TEST_P(StoredPixelsOfHeif, AreThoseOfTheRulesForTheLibrarysSamples) {
   ASSERT_TRUE(stored.written()) << stored.answer;
   if (file == kIdentity) return;
   const auto reference = judged(file);
-  if (!reference) GTEST_SKIP() << "the library has no samples of one depth for it";
+  ASSERT_TRUE(reference);
   const auto crop = kCrops.find(file);
   const bool cropped = crop != kCrops.end();
   if (!cropped) {

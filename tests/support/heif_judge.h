@@ -47,9 +47,19 @@ class HeifJudge {
   /// The samples as they are coded, of one depth. Rotation, mirroring and clean aperture are not applied, nor those of
   /// what a derived image is made of. Absent for grey images, and where depths differ or are below 8 bits.
   [[nodiscard]] std::optional<Raster> coded() const {
+    return rasterIn(heif_colorspace_undefined, heif_chroma_undefined);
+  }
+
+  /// The same as the library draws it: red, green and blue of 8 bits, whatever the depths are.
+  [[nodiscard]] std::optional<Raster> drawn() const {
+    return rasterIn(heif_colorspace_RGB, heif_chroma_interleaved_RGB);
+  }
+
+ private:
+  [[nodiscard]] std::optional<Raster> rasterIn(heif_colorspace space, heif_chroma chroma) const {
     const HeifOptions options(heif_decoding_options_alloc());
     options->ignore_transformations = 1;
-    const HeifImage image = decode(heif_colorspace_undefined, heif_chroma_undefined, options.get());
+    const HeifImage image = decode(space, chroma, options.get());
     if (!image) return std::nullopt;
     Raster raster;
     raster.owner = image;
@@ -57,7 +67,6 @@ class HeifJudge {
     return withComponents(raster, *image) ? std::optional(raster) : std::nullopt;
   }
 
- private:
   /// That of the container, else of the bitstream, else what is inferred (ISO/IEC 23000-22, 7.3.6.4).
   [[nodiscard]] Cicp codingOf(heif_image& image) const {
     heif_color_profile_nclx* found = nullptr;
