@@ -35,13 +35,13 @@ ColorModel colorModelOf(SampleModel samples) {
 }  // namespace
 
 EncodedImageSource::EncodedImageSource(FileContents file, EncodedFacts facts, const Codec& codec,
-                                       const ColorEngine* colors, const XmpEngine* xmp)
+                                       const ColorEngine& colors, const XmpEngine& xmp)
     : file_(std::move(file)),
       facts_(std::move(facts)),
       codec_(codec),
       colors_(colors),
       xmp_(xmp),
-      color_(colorSpaceOf(colors, facts_.colorModel, facts_.iccProfile, facts_.cicp)) {}
+      color_(colorSpaceOf(&colors, facts_.colorModel, facts_.iccProfile, facts_.cicp)) {}
 
 std::optional<PropertyDictionary> EncodedImageSource::propertiesAt(std::size_t index) const {
   if (index != 0 || count() == 0) return std::nullopt;
@@ -55,7 +55,7 @@ std::optional<Image> EncodedImageSource::imageAt(std::size_t index) const {
   const ColorModel model = colorModelOf(raster->model);
   // Some files tell only in the bitstream that they are grey.
   const bool asTold = model == facts_.colorModel;
-  const ImageColor color = asTold ? color_ : colorSpaceOf(colors_, model, facts_.iccProfile, facts_.cicp);
+  const ImageColor color = asTold ? color_ : colorSpaceOf(&colors_, model, facts_.iccProfile, facts_.cicp);
   return Image{std::move(*raster), color.space};
 }
 

@@ -10,10 +10,9 @@ namespace quellor {
 /// An image source on a file in memory and the codec of its format.
 class EncodedImageSource final : public ImageSource {
  public:
-  /// `codec` and `colors` outlive the source; `colors` and `xmp` may be null, when profiles or packets
-  /// cannot be looked into.
-  EncodedImageSource(FileContents file, EncodedFacts facts, const Codec& codec, const ColorEngine* colors,
-                     const XmpEngine* xmp);
+  /// `codec`, `colors` and `xmp` outlive the source.
+  EncodedImageSource(FileContents file, EncodedFacts facts, const Codec& codec, const ColorEngine& colors,
+                     const XmpEngine& xmp);
 
   [[nodiscard]] std::size_t count() const override { return facts_.imageCount; }
   [[nodiscard]] std::optional<PropertyDictionary> propertiesAt(std::size_t index) const override;
@@ -26,8 +25,8 @@ class EncodedImageSource final : public ImageSource {
   FileContents file_;
   EncodedFacts facts_;
   const Codec& codec_;
-  const ColorEngine* colors_;
-  const XmpEngine* xmp_;
+  const ColorEngine& colors_;
+  const XmpEngine& xmp_;
   ImageColor color_;  // for the colour model that the facts tell
 };
 

@@ -15,6 +15,7 @@
 #include "platform/heif/output_properties.h"
 #include "platform/heif/primary_copy.h"
 #include "platform/metadata/block_editing.h"
+#include "platform/metadata/metadata_removals.h"
 #include "platform/path.h"
 #include "platform/pixels/pixel_engine.h"
 
@@ -34,10 +35,17 @@ double qualityIn(const PropertyDictionary& properties) {
   return quality == nullptr ? kDefaultQuality : *quality;
 }
 
-/// What the properties say of an image apart from its samples: its orientation and its metadata blocks.
-void describe(heif::OutputFile& file, const PropertyDictionary& properties, const ModuleLoader& modules) {
-  if (const auto orientation = orientationIn(properties)) heif::setOrientation(file, *orientation);
-  heif::addMetadata(file, editedBlocks(properties, modules.open<XmpEngine>("xmp", kXmpEngineEntry)));
+/// Gives the file what the properties say of the image apart from its samples: its orientation and its metadata blocks,
+/// without what was removed from the properties. False when the blocks cannot be looked into.
+bool describe(heif::OutputFile& file, const PropertyDictionary& properties, const ModuleLoader& modules) {
+  const auto orientation = orientationIn(properties);
+  if (orientation) heif::setOrientation(file, *orientation);
+  const auto* const xmp = modules.open<XmpEngine>("xmp", kXmpEngineEntry);
+  if (xmp == nullptr) return false;
+  const MetadataBlocks none;
+  const MetadataBlocks& blocks = properties.blocks() ? *properties.blocks() : none;
+  heif::addMetadata(file, editedBlocks(blocks, removalsOf(properties), orientation, *xmp));
+  return true;
 }
 
 /// Code points for an encoded image: primaries and transfer of its colour space, matrix and range of its samples. An
@@ -91,7 +99,7 @@ void HeicDestination::accept(std::optional<heif::OutputFile> image) {
 
 void HeicDestination::addImage(const Image& image, const PropertyDictionary& properties) {
   auto file = encoded(image, properties, modules_);
-  if (file) describe(*file, properties, modules_);
+  if (file && !describe(*file, properties, modules_)) file = std::nullopt;
   accept(std::move(file));
 }
 
@@ -99,7 +107,7 @@ void HeicDestination::addImageFromSource(const ImageSource& source, std::size_t 
                                          const std::optional<PropertyDictionary>& properties) {
   auto file = index == 0 ? copied(source.file()) : std::nullopt;
   if (file) {
-    if (properties) describe(*file, *properties, modules_);
+    if (properties && !describe(*file, *properties, modules_)) file = std::nullopt;
     return accept(std::move(file));
   }
   const auto image = source.imageAt(index);

@@ -1,9 +1,10 @@
 #include "platform/image_properties.h"
 
 #include <memory>
+#include <utility>
 
+#include "platform/metadata/exif_directories.h"
 #include "platform/metadata/metadata_properties.h"
-#include "platform/metadata/packet_twins.h"
 
 namespace quellor {
 namespace {
@@ -20,38 +21,50 @@ const char* nameOf(ColorModel model) {
   return "";
 }
 
-std::optional<int> orientationOf(const EncodedFacts& facts) {
+std::optional<int> orientationOf(const EncodedFacts& facts, const ExifSummary& exif) {
   if (facts.orientation) return facts.orientation;
-  const auto exif = facts.metadata.exif ? exifOrientation(*facts.metadata.exif) : std::nullopt;
-  if (!exif) return std::nullopt;
-  return facts.exifOrientationCounts ? *exif : 1;
+  if (!exif.orientation) return std::nullopt;
+  return facts.exifOrientationCounts ? *exif.orientation : 1;
 }
 
-void setResolution(const EncodedFacts& facts, PropertyDictionary& properties) {
-  const ExifResolution exif = facts.metadata.exif ? exifResolution(*facts.metadata.exif) : ExifResolution{};
-  const auto width = facts.dpiWidth ? facts.dpiWidth : exif.dpiWidth;
-  const auto height = facts.dpiHeight ? facts.dpiHeight : exif.dpiHeight;
-  if (width) properties.set(property_key::kDpiWidth, *width);
-  if (height) properties.set(property_key::kDpiHeight, *height);
+/// The Exif block and what it says; without a block when nothing of it could be read.
+struct ReadExif {
+  std::optional<Bytes> block;
+  ExifSummary summary;
+};
+
+ReadExif readExif(const EncodedFacts& facts, PropertyDictionary& properties) {
+  if (!facts.metadata.exif) return {};
+  const ByteView block = metadata::withoutExifPrefix(*facts.metadata.exif);
+  const ExifSummary summary = addExifProperties(block, properties);
+  return {summary.contributed ? std::optional(Bytes(block.begin(), block.end())) : std::nullopt, summary};
 }
 
 }  // namespace
 
 PropertyDictionary imageProperties(const EncodedFacts& facts, const std::optional<std::string>& profileName,
-                                   const XmpEngine* xmp) {
+                                   const XmpEngine& xmp) {
   PropertyDictionary properties = facts.formatProperties;
+  ReadExif exif = readExif(facts, properties);
+  if (facts.metadata.iptc) addIptcProperties(*facts.metadata.iptc, properties);
+  if (facts.metadata.xmp) addPacketProperties(*facts.metadata.xmp, xmp, properties);
+
   properties.set(property_key::kColorModel, nameOf(facts.colorModel));
   properties.set(property_key::kDepth, facts.bitsPerComponent);
   properties.set(property_key::kPixelWidth, std::int64_t{facts.width});
   properties.set(property_key::kPixelHeight, std::int64_t{facts.height});
   if (facts.hasAlpha) properties.set(property_key::kHasAlpha, true);
-  if (const auto orientation = orientationOf(facts)) properties.set(property_key::kOrientation, *orientation);
+  if (const auto orientation = orientationOf(facts, exif.summary))
+    properties.set(property_key::kOrientation, *orientation);
   if (profileName) properties.set(property_key::kProfileName, *profileName);
   if (facts.primaryImage) properties.set(property_key::kPrimaryImage, 0);
-  setResolution(facts, properties);
-  addMetadataProperties(facts.metadata, properties);
-  if (xmp != nullptr && facts.metadata.xmp) addPacketTwins(*facts.metadata.xmp, *xmp, properties);
-  properties.rememberBlocks(std::make_shared<const MetadataBlocks>(facts.metadata));
+  if (const auto dpi = facts.dpiWidth ? facts.dpiWidth : exif.summary.dpiWidth)
+    properties.set(property_key::kDpiWidth, *dpi);
+  if (const auto dpi = facts.dpiHeight ? facts.dpiHeight : exif.summary.dpiHeight) {
+    properties.set(property_key::kDpiHeight, *dpi);
+  }
+  properties.rememberBlocks(std::make_shared<const MetadataBlocks>(
+      MetadataBlocks{std::move(exif.block), facts.metadata.xmp, facts.metadata.iptc}));
   return properties;
 }
 

@@ -9,8 +9,11 @@
 namespace quellor {
 
 /// The properties of an image, with the keys of platform/properties.h; each is present only where it applies.
-/// `profileName` is the description of the embedded ICC profile. `xmp` may be null, when packets cannot be looked into.
+/// `profileName` is the description of the embedded ICC profile.
+///
+/// The dictionary remembers the metadata blocks of the facts, but not an Exif block of which nothing could be read:
+/// nobody could remove anything from it, either.
 PropertyDictionary imageProperties(const EncodedFacts& facts, const std::optional<std::string>& profileName,
-                                   const XmpEngine* xmp);
+                                   const XmpEngine& xmp);
 
 }  // namespace quellor

@@ -32,9 +32,11 @@ std::unique_ptr<ImageSource> CodecImageServices::openSource(const std::string& p
   if (!contents) return nullptr;
   auto facts = codec->describe(contents->view());
   if (!facts) return nullptr;
+  // Without these nobody could tell what the image's colours are, or what has to be removed from its metadata.
   const auto* const colors = modules_.open<ColorEngine>("color", kColorEngineEntry);
-  const auto* const xmp = facts->metadata.xmp ? modules_.open<XmpEngine>("xmp", kXmpEngineEntry) : nullptr;
-  return std::make_unique<EncodedImageSource>(std::move(*contents), std::move(*facts), *codec, colors, xmp);
+  const auto* const xmp = modules_.open<XmpEngine>("xmp", kXmpEngineEntry);
+  if (colors == nullptr || xmp == nullptr) return nullptr;
+  return std::make_unique<EncodedImageSource>(std::move(*contents), std::move(*facts), *codec, *colors, *xmp);
 }
 
 std::unique_ptr<ImageDestination> CodecImageServices::createDestination(const std::string& path) const {

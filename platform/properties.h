@@ -3,6 +3,7 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -38,7 +39,8 @@ struct MetadataBlocks {
 /// Properties of one image: text keys, values of the kinds of PropertyValue, in ascending key order.
 ///
 /// A dictionary that was read from a file remembers the blocks that it was read from, so that a writer can edit
-/// those in place; copies of the dictionary share them, and changing entries never changes them.
+/// those in place; copies of the dictionary share them, and changing entries never changes them. It also remembers by
+/// name what was removed from it, whether or not it was there: a block may hold what its reader did not find.
 class PropertyDictionary {
  public:
   using Entries = std::map<std::string, PropertyValue, std::less<>>;
@@ -52,11 +54,24 @@ class PropertyDictionary {
   [[nodiscard]] const PropertyValue* find(std::string_view key) const;
   [[nodiscard]] PropertyValue* find(std::string_view key);
 
-  /// Adds an entry or replaces the one under the same key.
+  /// Adds an entry or replaces the one under the same key, which counts as removed no longer.
   void set(std::string_view key, PropertyValue value);
 
-  /// Returns whether there was an entry under `key`.
+  /// Removes the entry under `key`, if there is one, and marks the key as removed. Returns whether there was one.
   bool remove(std::string_view key);
+
+  /// Removes `key` from the dictionary under `group` and marks it as removed, even where there is no such dictionary.
+  /// A value of another kind under `group` is left as it is. Returns whether there was an entry.
+  bool removeNested(std::string_view group, std::string_view key);
+
+  /// Whether the key carries the mark of remove().
+  [[nodiscard]] bool wasRemoved(std::string_view key) const;
+
+  /// Whether `key` of the dictionary under `group`, or that dictionary as a whole, was removed.
+  [[nodiscard]] bool wasRemoved(std::string_view group, std::string_view key) const;
+
+  /// Whether a top-level key that begins with `prefix` was removed.
+  [[nodiscard]] bool wasAnyRemoved(std::string_view prefix) const;
 
   /// Null when the dictionary was not read from a file.
   [[nodiscard]] const std::shared_ptr<const MetadataBlocks>& blocks() const { return blocks_; }
@@ -67,6 +82,8 @@ class PropertyDictionary {
 
  private:
   Entries entries_;
+  std::set<std::string, std::less<>> removed_;                   // keys at this level
+  std::set<std::pair<std::string, std::string>> removedNested_;  // group and key
   std::shared_ptr<const MetadataBlocks> blocks_;
 };
 
@@ -125,6 +142,7 @@ inline constexpr std::string_view kXmp = "{XMP}";  // bytes: the packet
 inline constexpr std::string_view kJfif = "{JFIF}";
 inline constexpr std::string_view kPng = "{PNG}";
 inline constexpr std::string_view kGif = "{GIF}";
+inline constexpr std::string_view kMakerPrefix = "{Maker";  // of the maker dictionaries: "{MakerCanon}"
 inline constexpr std::string_view kTiffMake = "Make";
 inline constexpr std::string_view kTiffModel = "Model";
 inline constexpr std::string_view kExifMakerNote = "MakerNote";

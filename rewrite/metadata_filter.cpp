@@ -1,6 +1,5 @@
 #include "rewrite/metadata_filter.h"
 
-#include <initializer_list>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -22,26 +21,22 @@ void removeKeysContaining(std::string_view part, PropertyDictionary& properties)
   for (const std::string& key : keys) properties.remove(key);
 }
 
-/// Removes entries of the dictionary under `key`; a value of another kind is left as it is.
-void removeNested(std::string_view key, std::initializer_list<std::string_view> nestedKeys,
-                  PropertyDictionary& properties) {
-  PropertyValue* const value = properties.find(key);
-  auto* const nested = value == nullptr ? nullptr : value->as<PropertyDictionary>();
-  if (nested == nullptr) return;
-  for (const std::string_view nestedKey : nestedKeys) nested->remove(nestedKey);
-}
-
 }  // namespace
 
 std::optional<PropertyDictionary> filteredProperties(const ImageSource& source, std::size_t index,
                                                      const std::optional<MetadataPolicy>& policy) {
   auto properties = propertiesAtIndex(source, index);
   if (!properties) return std::nullopt;
+  // What is removed leaves a mark even where it was not found: the metadata blocks may hold it all the same.
   if (isSet(policy, &MetadataPolicy::removeGPS)) properties->remove(gpsKey);
-  if (isSet(policy, &MetadataPolicy::removeXMP)) removeKeysContaining("xmp", *properties);
+  if (isSet(policy, &MetadataPolicy::removeXMP)) {
+    properties->remove(property_key::kXmp);
+    removeKeysContaining("xmp", *properties);
+  }
   if (isSet(policy, &MetadataPolicy::removeMakerMetadata)) {
-    removeNested(tiffKey, {property_key::kTiffMake, property_key::kTiffModel}, *properties);
-    removeNested(exifKey, {property_key::kExifMakerNote}, *properties);
+    properties->removeNested(tiffKey, property_key::kTiffMake);
+    properties->removeNested(tiffKey, property_key::kTiffModel);
+    properties->removeNested(exifKey, property_key::kExifMakerNote);
     removeKeysContaining("maker", *properties);
   }
   return properties;

@@ -15,6 +15,8 @@ namespace quellor {
 /// - removeMakerMetadata: make and model in the TIFF dictionary, the maker note in the Exif dictionary (both
 ///   dictionaries stay, even when they are empty then), and every top-level entry with "maker" in its key, in any case.
 ///
+/// What is removed is marked as removed in the result, whether or not the image has it.
+///
 /// The other flags are not consulted: orientation and colour profile are never removed here.
 std::optional<PropertyDictionary> filteredProperties(const ImageSource& source, std::size_t index,
                                                      const std::optional<MetadataPolicy>& policy);

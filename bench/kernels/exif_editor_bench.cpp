@@ -50,9 +50,7 @@ Bytes exifBlock(std::size_t makerNoteBytes) {
 void removePositionAndCamera(benchmark::State& state) {
   const Bytes block = exifBlock(static_cast<std::size_t>(state.range(0)));
   ExifEdit edit;
-  edit.firstTags = {exif_tag::kMake, exif_tag::kModel};
-  edit.exifTags = {exif_tag::kMakerNote};
-  edit.removeGps = true;
+  edit.removals = {.position = true, .make = true, .model = true, .makerNote = true};
   edit.orientation = 1;
   while (state.KeepRunning()) {
     const auto directories = readExifDirectories(block);

@@ -6,23 +6,53 @@
 #include <vector>
 
 #include "platform/metadata/exif_usage.h"
+#include "platform/metadata/maker_notes.h"
 #include "platform/metadata/tiff_writing.h"
 
 namespace quellor::metadata {
 
 namespace {
 
-/// Directories of one kind that are looked for; a block in order has one, of thumbnails sometimes a few.
-constexpr std::size_t kMaximumDirectories = 8;
-
 /// Zeros between values; the values themselves, where they stand outside their entry, have more bytes.
 constexpr std::size_t kMaximumPadding = 3;
 
-/// Whether something may stand in the block that the directories do not tell of.
-bool mayReferToMore(const TiffEntry& entry) {
-  const bool isSubDirectory =
-      entry.type == static_cast<std::uint16_t>(TiffType::ifd) || entry.tag == exif_tag::kSubIfds;
-  return !entry.valueReadable || (isSubDirectory && !exif_tag::isPointer(entry.tag));
+/// Whether the entry leads to directories that this editor does not look into.
+bool leadsElsewhere(const TiffEntry& entry) {
+  const auto type = static_cast<TiffType>(entry.type);
+  const bool isDirectory = type == TiffType::ifd || type == TiffType::ifd8 || entry.tag == exif_tag::kSubIfds;
+  return isDirectory && !exif_tag::isPointer(entry.tag);
+}
+
+/// Whether the entry is what is to be removed, or may hold it. `removesAny`: something goes from the block.
+bool toBeRemoved(const TiffEntry& entry, const MetadataRemovals& removals, bool removesAny) {
+  switch (entry.tag) {
+    case exif_tag::kGpsPointer:
+      return removals.position;
+    case exif_tag::kMake:
+      return removals.make;
+    case exif_tag::kModel:
+    case exif_tag::kUniqueCameraModel:
+    case exif_tag::kLocalizedCameraModel:
+      return removals.model;
+    case exif_tag::kMakerNote:
+    case exif_tag::kDngPrivateData:
+      return removals.makerNote;
+    case exif_tag::kXmp:
+      return removals.packet;
+    case exif_tag::kPhotoshopResources:
+      return removesAny;
+    default:
+      return removesAny && leadsElsewhere(entry);
+  }
+}
+
+bool holdsPacket(const ExifDirectories& directories) {
+  const auto holds = [](const TiffDirectory& directory) {
+    return std::any_of(directory.entries.begin(), directory.entries.end(),
+                       [](const TiffEntry& entry) { return entry.tag == exif_tag::kXmp; });
+  };
+  return holds(directories.first) || std::any_of(directories.exif.begin(), directories.exif.end(), holds) ||
+         std::any_of(directories.interoperability.begin(), directories.interoperability.end(), holds);
 }
 
 /// A directory that stays, and its entries as they will be.
@@ -34,55 +64,44 @@ struct Rewrite {
 class ExifEditor {
  public:
   ExifEditor(const ExifDirectories& directories, const ExifEdit& edit)
-      : directories_(directories), block_(directories.block), edit_(edit), usage_(directories.block) {}
+      : directories_(directories),
+        block_(directories.block),
+        edit_(edit),
+        removesAny_(edit.removals.inside() || (edit.removals.packet && holdsPacket(directories))),
+        usage_(directories.block) {}
 
   std::optional<Bytes> run() {
-    seen_ = {directories_.first.position};
-    const auto exif = pointedFrom({directories_.first}, exif_tag::kExifPointer);
-    planRewrites(exif);
+    planRewrites();
     if (first_.entries.empty()) return std::nullopt;
-    planGps(exif);
-    for (const TiffDirectory& each : pointedFrom(exif, exif_tag::kInteroperabilityPointer)) usage_.keepDirectory(each);
-    planThumbnails();
+    planGps();
+    for (const TiffDirectory& each : directories_.thumbnails) usage_.dropThumbnail(each);
     planPlaces();
+    if (usage_.conflicts()) return std::nullopt;
+    if (removesAny_) {
+      usage_.dropAll();
+      spareWhatNotesReferTo(directories_.first);
+      for (const TiffDirectory& each : directories_.exif) spareWhatNotesReferTo(each);
+    }
     return edited();
   }
 
  private:
-  /// The directories that pointers in `directories` lead to, but none for the second time.
-  std::vector<TiffDirectory> pointedFrom(const std::vector<TiffDirectory>& directories, std::uint16_t tag) {
-    std::vector<TiffDirectory> found;
-    for (const TiffDirectory& directory : directories) {
-      for (const TiffEntry& entry : directory.entries) {
-        if (entry.tag != tag || found.size() == kMaximumDirectories) continue;
-        if (auto pointed = unseenDirectory(pointedPosition(block_, entry))) found.push_back(std::move(*pointed));
-      }
-    }
-    return found;
+  void planRewrites() {
+    first_ = rewriteOf(directories_.first);
+    if (edit_.orientation) addOrientation(static_cast<std::uint16_t>(*edit_.orientation));
+    for (const TiffDirectory& each : directories_.exif) rewrites_.push_back(rewriteOf(each));
+    for (const TiffDirectory& each : directories_.interoperability) rewrites_.push_back(rewriteOf(each));
   }
 
-  std::optional<TiffDirectory> unseenDirectory(std::optional<std::size_t> position) {
-    if (!position || std::find(seen_.begin(), seen_.end(), *position) != seen_.end()) return std::nullopt;
-    seen_.push_back(*position);
-    return readTiffDirectory(block_, *position);
-  }
-
-  void planRewrites(const std::vector<TiffDirectory>& exif) {
-    first_ = rewriteOf(directories_.first, edit_.firstTags);
-    if (edit_.orientation) setOrientation(static_cast<std::uint16_t>(*edit_.orientation));
-    for (const TiffDirectory& directory : exif) exif_.push_back(rewriteOf(directory, edit_.exifTags));
-  }
-
-  Rewrite rewriteOf(const TiffDirectory& directory, const std::set<std::uint16_t>& tags) {
+  Rewrite rewriteOf(const TiffDirectory& directory) {
     Rewrite rewrite{directory, {}};
     for (const TiffEntry& entry : directory.entries) {
-      const bool leadsToGps = edit_.removeGps && entry.tag == exif_tag::kGpsPointer;
-      if (leadsToGps || tags.contains(entry.tag)) {
-        usage_.dropValue(entry);
-        noteGoes_ = noteGoes_ || (entry.tag == exif_tag::kMakerNote && entry.valueReadable);
+      if (toBeRemoved(entry, edit_.removals, removesAny_)) {
+        usage_.removeValue(entry);
+      } else if (orientationFits(directory, entry)) {
+        rewrite.entries.push_back(rawEntry(entry));
       } else {
-        refersToMore_ = refersToMore_ || mayReferToMore(entry);
-        rewrite.entries.push_back(orientationFits(directory, entry) ? rawEntry(entry) : newOrientation(entry));
+        rewrite.entries.push_back(newOrientation(entry));
       }
     }
     return rewrite;
@@ -104,12 +123,12 @@ class ExifEditor {
   }
 
   RawTiffEntry newOrientation(const TiffEntry& entry) {
-    usage_.dropValue(entry);
+    if (entry.standsOutside()) usage_.drop(entry.valuePosition, entry.valueSize);
     return shortTiffEntry(entry.tag, static_cast<std::uint16_t>(*edit_.orientation), block_.order);
   }
 
   /// Adds the entry that is not there, in the order of tags.
-  void setOrientation(std::uint16_t orientation) {
+  void addOrientation(std::uint16_t orientation) {
     std::vector<RawTiffEntry>& entries = first_.entries;
     const auto tag = [this](const RawTiffEntry& entry) { return tagOf(entry, block_.order); };
     const auto next = std::find_if(entries.begin(), entries.end(),
@@ -119,45 +138,17 @@ class ExifEditor {
     if (there == entries.end()) entries.insert(next, shortTiffEntry(exif_tag::kOrientation, orientation, block_.order));
   }
 
-  void planGps(const std::vector<TiffDirectory>& exif) {
-    std::vector<TiffDirectory> pointing = exif;
-    pointing.insert(pointing.begin(), directories_.first);
-    for (const TiffDirectory& directory : pointedFrom(pointing, exif_tag::kGpsPointer)) {
-      if (edit_.removeGps) {
-        usage_.dropDirectory(directory);
+  void planGps() {
+    for (const TiffDirectory& directory : directories_.gps) {
+      if (edit_.removals.position) {
+        usage_.removeDirectory(directory);
       } else {
         usage_.keepDirectory(directory);
       }
     }
   }
 
-  void planThumbnails() {
-    if (!hasLink(block_, directories_.first)) return;
-    std::uint32_t offset = directories_.first.nextOffset;
-    for (std::size_t i = 0; i < kMaximumDirectories && offset != 0; ++i) {
-      const auto thumbnail = unseenDirectory(positionOfOffset(block_, offset));
-      if (!thumbnail || !isPlausible(*thumbnail)) return;
-      usage_.dropThumbnail(*thumbnail);
-      for (const std::uint16_t tag : {exif_tag::kExifPointer, exif_tag::kGpsPointer}) {
-        for (const TiffDirectory& each : pointedFrom({*thumbnail}, tag)) usage_.dropDirectory(each);
-      }
-      offset = thumbnail->nextOffset;
-    }
-  }
-
-  /// A link may lead anywhere; what stands there is wiped only when most of it reads as a directory.
-  static bool isPlausible(const TiffDirectory& directory) {
-    const auto readable = std::count_if(directory.entries.begin(), directory.entries.end(),
-                                        [](const TiffEntry& entry) { return entry.valueReadable; });
-    return directory.complete && static_cast<std::size_t>(readable) * 2 >= directory.entries.size();
-  }
-
   [[nodiscard]] bool firstIsMoved() const { return first_.entries.size() > first_.before.entries.size(); }
-
-  /// Bytes that the directory takes at its old place.
-  [[nodiscard]] std::size_t oldSize(const Rewrite& rewrite) const {
-    return tiffDirectorySize(rewrite.before.entries.size()) + (hasLink(block_, rewrite.before) ? kTiffLinkSize : 0);
-  }
 
   /// A removed entry leaves room for a link where there was none.
   [[nodiscard]] bool writesLink(const Rewrite& rewrite) const {
@@ -166,35 +157,47 @@ class ExifEditor {
 
   void planPlaces() {
     if (firstIsMoved()) {
-      usage_.drop(first_.before.position, oldSize(first_));
+      dropOldPlace(first_);
     } else {
       planPlace(first_);
     }
-    for (const Rewrite& rewrite : exif_) planPlace(rewrite);
-    if (noteGoes_ && !refersToMore_) usage_.dropAll();
+    for (const Rewrite& rewrite : rewrites_) planPlace(rewrite);
+  }
+
+  void dropOldPlace(const Rewrite& rewrite) {
+    const std::size_t link = hasLink(block_, rewrite.before) ? kTiffLinkSize : 0;
+    usage_.drop(rewrite.before.position, tiffDirectorySize(rewrite.before.entries.size()) + link);
   }
 
   void planPlace(const Rewrite& rewrite) {
-    usage_.drop(rewrite.before.position, oldSize(rewrite));
+    dropOldPlace(rewrite);
     const std::size_t link = writesLink(rewrite) ? kTiffLinkSize : 0;
     usage_.keep(rewrite.before.position, tiffDirectorySize(rewrite.entries.size()) + link);
   }
 
+  void spareWhatNotesReferTo(const TiffDirectory& directory) {
+    if (edit_.removals.makerNote) return;
+    const std::string make = makeIn(directories_);
+    for (const TiffEntry& entry : directory.entries) {
+      if (entry.tag == exif_tag::kMakerNote) usage_.spare(makerNoteReferences(block_, entry, make));
+    }
+  }
+
   [[nodiscard]] std::optional<Bytes> edited() const {
     Bytes bytes(block_.bytes.begin(), block_.bytes.end());
-    for (const Rewrite& rewrite : exif_) {
-      const std::uint32_t next = hasLink(block_, rewrite.before) ? rewrite.before.nextOffset : 0;
-      writeInPlace(bytes, rewrite, next);
+    for (const Rewrite& rewrite : rewrites_) {
+      writeInPlace(bytes, rewrite, hasLink(block_, rewrite.before) && !removesAny_ ? rewrite.before.nextOffset : 0);
     }
     if (!firstIsMoved()) writeInPlace(bytes, first_, 0);
     wipe(bytes);
+    if (!everyPartIsWhole(bytes)) return std::nullopt;
     if (firstIsMoved() && !appendFirst(bytes)) return std::nullopt;
     return bytes;
   }
 
   void writeInPlace(Bytes& bytes, const Rewrite& rewrite, std::uint32_t next) const {
     // The count of a directory that is cut short promises more entries than there are; it stays so when none goes.
-    if (!rewrite.before.complete && rewrite.entries.size() == rewrite.before.entries.size()) {
+    if (!rewrite.before.complete && !removesAny_) {
       writeEntries(bytes, rewrite);
       return;
     }
@@ -222,6 +225,21 @@ class ExifEditor {
     });
   }
 
+  /// In a block whose parts overlap, writing one may damage another.
+  [[nodiscard]] bool everyPartIsWhole(const Bytes& bytes) const {
+    const auto isWhole = [&](const Rewrite& rewrite) {
+      std::size_t at = rewrite.before.position + 2;
+      return std::all_of(rewrite.entries.begin(), rewrite.entries.end(), [&](const RawTiffEntry& entry) {
+        const bool same = at + entry.size() <= bytes.size() &&
+                          std::equal(entry.begin(), entry.end(), bytes.begin() + static_cast<std::ptrdiff_t>(at));
+        at += entry.size();
+        return same;
+      });
+    };
+    return usage_.keptIsUnchangedIn(bytes) && (firstIsMoved() || isWhole(first_)) &&
+           std::all_of(rewrites_.begin(), rewrites_.end(), isWhole);
+  }
+
   [[nodiscard]] bool appendFirst(Bytes& bytes) const {
     const std::size_t position = bytes.size() + bytes.size() % 2;  // directories begin on even offsets
     const std::size_t end = position + tiffDirectorySize(first_.entries.size()) + kTiffLinkSize;
@@ -235,12 +253,10 @@ class ExifEditor {
   const ExifDirectories& directories_;
   const TiffBlock& block_;
   const ExifEdit& edit_;
+  bool removesAny_;
   ExifUsage usage_;
-  std::vector<std::size_t> seen_;  // positions of directories
   Rewrite first_;
-  std::vector<Rewrite> exif_;
-  bool noteGoes_ = false;
-  bool refersToMore_ = false;  // an entry that stays
+  std::vector<Rewrite> rewrites_;  // the Exif and Interoperability directories
 };
 
 }  // namespace

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "platform/metadata/exif_directories.h"
 #include "platform/metadata/tiff_writing.h"
 
 namespace quellor::metadata {
@@ -16,47 +17,69 @@ constexpr std::uint16_t kJpegLength = 0x0202;
 /// More strips than any thumbnail has.
 constexpr std::size_t kMaximumStrips = 4096;
 
-bool standsOutside(const TiffEntry& entry) {
-  return entry.valueReadable && entry.valuePosition != entry.position + kTiffEntrySize - 4;
+/// Bytes that the directory takes where it stands.
+std::size_t sizeIn(const TiffBlock& block, const TiffDirectory& directory) {
+  return tiffDirectorySize(directory.entries.size()) + (hasLink(block, directory) ? kTiffLinkSize : 0);
+}
+
+void addAll(ByteRanges& ranges, const std::vector<ByteRange>& more) {
+  for (const ByteRange& range : more) ranges.add(range.begin, range.end - range.begin);
 }
 
 }  // namespace
 
-bool hasLink(const TiffBlock& block, const TiffDirectory& directory) {
-  const std::size_t link = directory.position + tiffDirectorySize(directory.entries.size());
-  if (!directory.complete || block.bytes.size() - link < kTiffLinkSize) return false;
-  return std::none_of(directory.entries.begin(), directory.entries.end(), [link](const TiffEntry& entry) {
-    return standsOutside(entry) && entry.valuePosition < link + kTiffLinkSize &&
-           link < entry.valuePosition + entry.valueSize;
-  });
-}
-
 ExifUsage::ExifUsage(const TiffBlock& block) : block_(block) { keep(0, kTiffHeaderSize); }
 
+void ExifUsage::spare(const std::vector<ByteRange>& ranges) { addAll(spared_, ranges); }
+
 void ExifUsage::keepValue(const TiffEntry& entry) {
-  if (standsOutside(entry)) keep(entry.valuePosition, entry.valueSize);
+  if (!entry.standsOutside()) return;
+  keep(entry.valuePosition, entry.valueSize);
+  unchanged_.add(entry.valuePosition, entry.valueSize);
 }
 
-void ExifUsage::dropValue(const TiffEntry& entry) {
-  if (standsOutside(entry)) drop(entry.valuePosition, entry.valueSize);
+void ExifUsage::removeValue(const TiffEntry& entry) {
+  if (entry.standsOutside()) remove(entry.valuePosition, entry.valueSize);
 }
 
 void ExifUsage::keepDirectory(const TiffDirectory& directory) {
-  const std::size_t link = hasLink(block_, directory) ? kTiffLinkSize : 0;
-  keep(directory.position, tiffDirectorySize(directory.entries.size()) + link);
+  const std::size_t size = sizeIn(block_, directory);
+  keep(directory.position, size);
+  unchanged_.add(directory.position, size);
   for (const TiffEntry& entry : directory.entries) keepValue(entry);
 }
 
-void ExifUsage::dropDirectory(const TiffDirectory& directory) {
-  const std::size_t link = hasLink(block_, directory) ? kTiffLinkSize : 0;
-  drop(directory.position, tiffDirectorySize(directory.entries.size()) + link);
-  for (const TiffEntry& entry : directory.entries) dropValue(entry);
+void ExifUsage::removeDirectory(const TiffDirectory& directory) {
+  remove(directory.position, sizeIn(block_, directory));
+  for (const TiffEntry& entry : directory.entries) removeValue(entry);
 }
 
 void ExifUsage::dropThumbnail(const TiffDirectory& directory) {
-  dropDirectory(directory);
+  drop(directory.position, sizeIn(block_, directory));
+  for (const TiffEntry& entry : directory.entries) {
+    if (entry.standsOutside()) drop(entry.valuePosition, entry.valueSize);
+  }
   dropImageData(directory, kJpegOffset, kJpegLength);
   dropImageData(directory, kStripOffsets, kStripByteCounts);
+}
+
+bool ExifUsage::conflicts() const { return removed_.without(kept_) != removed_.merged(); }
+
+std::vector<ByteRange> ExifUsage::wiped() const {
+  ByteRanges going = dropped_;
+  addAll(going, removed_.merged());
+  ByteRanges staying = kept_;
+  addAll(staying, spared_.without(removed_));
+  return going.without(staying);
+}
+
+bool ExifUsage::keptIsUnchangedIn(ByteView edited) const {
+  const std::vector<ByteRange> ranges = unchanged_.merged();
+  return std::all_of(ranges.begin(), ranges.end(), [&](const ByteRange& range) {
+    const std::size_t size = range.end - range.begin;
+    return range.end <= edited.size() &&
+           std::ranges::equal(edited.subspan(range.begin, size), block_.bytes.subspan(range.begin, size));
+  });
 }
 
 void ExifUsage::dropImageData(const TiffDirectory& directory, std::uint16_t offsetsTag, std::uint16_t sizesTag) {

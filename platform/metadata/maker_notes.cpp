@@ -2,9 +2,7 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <string>
-
-#include "platform/metadata/tiff_values.h"
+#include <utility>
 
 namespace quellor::metadata {
 
@@ -135,31 +133,59 @@ bool looksLikeDirectory(const TiffDirectory& directory, const TiffEntry& note) {
                      [](const TiffEntry& entry) { return tiffTypeSize(entry.type) != 0; });
 }
 
-PropertyDictionary decodeEntries(const TiffBlock& block, const TiffDirectory& directory) {
-  PropertyDictionary entries;
-  TiffValueDecoder decoder(block);
-  for (const TiffEntry& entry : directory.entries) {
-    const std::string key = std::to_string(entry.tag);
-    if (entries.contains(key)) continue;
-    if (auto value = decoder.decode(entry)) entries.set(key, std::move(*value));
-  }
-  return entries;
-}
+/// A note whose maker is known, and its directory where it has a readable one.
+struct Note {
+  std::string_view key;
+  std::optional<NoteDirectory> where;
+  std::optional<TiffDirectory> directory;
+};
 
-}  // namespace
-
-std::optional<MakerNote> readMakerNote(const TiffBlock& block, const TiffEntry& note, std::string_view make) {
-  if (!note.valueReadable) return std::nullopt;
+std::optional<Note> recognise(const TiffBlock& block, const TiffEntry& note, std::string_view make) {
   const ByteView bytes = valueBytes(block, note);
   for (const MakerFormat& format : kFormats) {
     const bool bySignature = !format.signature.empty();
     if (bySignature ? !beginsWith(bytes, format.signature) : !beginsWithIgnoringCase(make, format.make)) continue;
     const auto where = locate(block, note.valuePosition, format);
-    const auto directory = readNoteDirectory(where);
+    auto directory = readNoteDirectory(where);
     if (!bySignature && (!directory || !looksLikeDirectory(*directory, note))) continue;
-    return MakerNote{format.key, directory ? decodeEntries(where->block, *directory) : PropertyDictionary()};
+    return Note{format.key, where, std::move(directory)};
   }
   return std::nullopt;
+}
+
+/// The directory of a note that nobody is known to write, where it has the commonest form.
+std::optional<TiffDirectory> plainDirectory(const TiffBlock& block, const TiffEntry& note) {
+  const TiffBlock inOrder{block.bytes, directoryOrder(block, note.valuePosition), block.base};
+  auto directory = readTiffDirectory(inOrder, note.valuePosition);
+  if (!directory || !looksLikeDirectory(*directory, note)) return std::nullopt;
+  return directory;
+}
+
+}  // namespace
+
+std::string makeIn(const ExifDirectories& directories) {
+  const TiffEntry* const entry = directories.first.find(exif_tag::kMake);
+  if (entry == nullptr) return {};
+  const ByteView bytes = valueBytes(directories.block, *entry);
+  return {bytes.begin(), std::find(bytes.begin(), bytes.end(), std::uint8_t{0})};
+}
+
+std::optional<std::string_view> makerDictionaryKey(const TiffBlock& block, const TiffEntry& note,
+                                                   std::string_view make) {
+  const auto found = recognise(block, note, make);
+  return found ? std::optional(found->key) : std::nullopt;
+}
+
+std::vector<ByteRange> makerNoteReferences(const TiffBlock& block, const TiffEntry& note, std::string_view make) {
+  if (!note.valueReadable) return {};
+  const auto found = recognise(block, note, make);
+  const auto directory = found ? found->directory : plainDirectory(block, note);
+  std::vector<ByteRange> ranges;
+  if (!directory) return ranges;
+  for (const TiffEntry& entry : directory->entries) {
+    if (entry.standsOutside()) ranges.push_back({entry.valuePosition, entry.valuePosition + entry.valueSize});
+  }
+  return ranges;
 }
 
 }  // namespace quellor::metadata

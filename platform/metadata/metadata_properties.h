@@ -1,32 +1,31 @@
 #pragma once
 #include <optional>
 
+#include "platform/metadata/xmp_engine.h"
 #include "platform/properties.h"
 
 namespace quellor {
 
-/// Adds what the blocks say to `properties`: the dictionaries {TIFF} (first directory), {Exif}, {GPS}, {IPTC},
-/// {XMP} (the packet's bytes) and one {Maker…} for a recognised maker note. A dictionary is added only when its
-/// source is there and has a readable entry; an unreadable entry is left out, the others stay. Only the maker
-/// dictionary may be empty: of some makers' notes no more than the maker is recognised. The note itself stays in
-/// {Exif} in any case. The thumbnail's directory and the Interoperability directory are not reported.
-///
-/// Nested keys are the Exif standard's tag names ("Make", "ExposureTime"; in {GPS} without the leading "GPS"), a tag
-/// without a name goes under its number in decimal, as do all in a maker dictionary. Values keep their type and
-/// precision: rationals stay rationals, LONG is an unsigned 32-bit integer and every other integer type an integer,
-/// ASCII becomes text (valid UTF-8, up to the first NUL), UNDEFINED becomes bytes, more than one value a list
-/// (platform/metadata/tiff_values.h has the fine print). Of a tag that is repeated the first readable one counts.
-void addMetadataProperties(const MetadataBlocks& blocks, PropertyDictionary& properties);
-
-/// The orientation in the first directory of an Exif block, or absent when there is none from 1 to 8.
-std::optional<int> exifOrientation(ByteView exif);
-
-/// Resolution in pixels per inch as the first directory of an Exif block gives it in inches, the default, or
-/// centimetres; absent where it is not above zero or without a unit.
-struct ExifResolution {
+/// What the top level of a dictionary takes from an Exif block.
+struct ExifSummary {
+  std::optional<int> orientation;  // 1 to 8
+  /// Pixels per inch; absent where they are not above zero or without a unit.
   std::optional<double> dpiWidth;
   std::optional<double> dpiHeight;
+  /// Whether the block had anything that could be read.
+  bool contributed = false;
 };
-ExifResolution exifResolution(ByteView exif);
+
+/// Adds what an Exif block says to `properties`: the dictionaries {TIFF} (first directory), {Exif} and {GPS}, each when
+/// it has a readable entry, and a {Maker…} for a maker note that is recognised. Only what this system looks at by name
+/// is in them: whether there are Make and Model in {TIFF} and MakerNote in {Exif}, without their values.
+ExifSummary addExifProperties(ByteView exif, PropertyDictionary& properties);
+
+/// Adds {IPTC} for a run of datasets (IPTC-NAA Information Interchange Model 4.2, chapter 3) with a complete one.
+void addIptcProperties(ByteView iptc, PropertyDictionary& properties);
+
+/// Adds {XMP} for a packet that is not empty, and what it says where the Exif block could have said it: {GPS} for a
+/// packet with a position, Make and Model in {TIFF}, MakerNote in {Exif}. Without their values.
+void addPacketProperties(ByteView packet, const XmpEngine& xmp, PropertyDictionary& properties);
 
 }  // namespace quellor

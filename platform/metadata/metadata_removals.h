@@ -1,30 +1,23 @@
 #pragma once
-#include <cstdint>
-#include <set>
-#include <string_view>
-
-#include "platform/metadata/exif_directories.h"
 #include "platform/properties.h"
 
-namespace quellor::metadata {
+namespace quellor {
 
-/// What the Exif block of a dictionary says and the dictionary no longer does.
+/// What must not be in a written file, in whichever block it stands and whether or not it was seen there.
 struct MetadataRemovals {
-  std::set<std::uint16_t> firstTags;  // of the first directory
-  std::set<std::uint16_t> exifTags;   // of the Exif directory
-  bool gps = false;
-  bool maker = false;  // one of Make, Model, MakerNote or the maker dictionary
+  bool position = false;
+  bool make = false;
+  bool model = false;
+  bool makerNote = false;
+  bool packet = false;  // the XMP packet as a whole
 
-  [[nodiscard]] bool any() const { return gps || maker || !firstTags.empty() || !exifTags.empty(); }
+  /// Whether something inside the blocks has to go that only their editors can find.
+  [[nodiscard]] bool inside() const { return position || make || model || makerNote; }
 };
 
-/// Compares `properties` with `read`, the dictionary that the block gives by itself. An entry that cannot be read is in
-/// neither of them, so it is never missing; but once one of Make, Model and MakerNote is, all that are not in
-/// `properties` go, readable or not. The Orientation entry never goes: the top level of a dictionary decides on it.
-MetadataRemovals removalsFrom(const ExifDirectories& directories, const PropertyDictionary& read,
-                              const PropertyDictionary& properties);
+/// The removals that the dictionary carries marks of: `{GPS}` is the position, Make and Model of `{TIFF}` and MakerNote
+/// of `{Exif}` are what they are called, a maker dictionary is the maker note, `{XMP}` the packet. A dictionary that
+/// was removed as a whole stands for all that it could hold.
+MetadataRemovals removalsOf(const PropertyDictionary& properties);
 
-/// Whether `properties` have `key` in the dictionary `group`.
-bool hasNested(const PropertyDictionary& properties, std::string_view group, std::string_view key);
-
-}  // namespace quellor::metadata
+}  // namespace quellor

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <limits>
 
 namespace quellor::metadata {
 
@@ -32,6 +33,32 @@ void locateValue(const TiffBlock& block, TiffEntry& entry) {
   entry.valueSize = size;
 }
 
+bool isSignedType(std::uint16_t type) {
+  switch (static_cast<TiffType>(type)) {
+    case TiffType::signedByte:
+    case TiffType::signedShort:
+    case TiffType::signedLong:
+    case TiffType::signedLong8:
+      return true;
+    default:
+      return false;
+  }
+}
+
+bool isIntegerType(std::uint16_t type) {
+  switch (static_cast<TiffType>(type)) {
+    case TiffType::byte:
+    case TiffType::shortInteger:
+    case TiffType::longInteger:
+    case TiffType::ifd:
+    case TiffType::long8:
+    case TiffType::ifd8:
+      return true;
+    default:
+      return isSignedType(type);
+  }
+}
+
 TiffEntry readEntry(const TiffBlock& block, std::size_t position) {
   TiffEntry entry;
   entry.position = position;
@@ -45,7 +72,7 @@ TiffEntry readEntry(const TiffBlock& block, std::size_t position) {
 }  // namespace
 
 std::size_t tiffTypeSize(std::uint16_t type) {
-  static constexpr std::array<std::uint8_t, 18> kSizes = {0, 1, 1, 2, 4, 8, 1, 1, 2, 4, 8, 4, 8, 4, 0, 0, 8, 8};
+  static constexpr std::array<std::uint8_t, 19> kSizes = {0, 1, 1, 2, 4, 8, 1, 1, 2, 4, 8, 4, 8, 4, 0, 0, 8, 8, 8};
   return type < kSizes.size() ? kSizes[type] : 0;
 }
 
@@ -113,18 +140,17 @@ ByteView valueBytes(const TiffBlock& block, const TiffEntry& entry) {
 }
 
 std::optional<std::size_t> pointedPosition(const TiffBlock& block, const TiffEntry& entry) {
-  const auto type = static_cast<TiffType>(entry.type);
-  if (type != TiffType::longInteger && type != TiffType::ifd) return std::nullopt;
-  if (!entry.valueReadable || entry.count != 1) return std::nullopt;
-  const auto offset = readU32(block, entry.valuePosition);
+  const auto offset = unsignedValue(block, entry);
   return offset ? positionOfOffset(block, *offset) : std::nullopt;
 }
 
 std::optional<std::uint32_t> unsignedValue(const TiffBlock& block, const TiffEntry& entry) {
-  const auto type = static_cast<TiffType>(entry.type);
-  if (type != TiffType::byte && type != TiffType::shortInteger && type != TiffType::longInteger) return std::nullopt;
-  if (!entry.valueReadable || entry.count != 1) return std::nullopt;
-  return static_cast<std::uint32_t>(readUnsigned(valueBytes(block, entry), block.order));
+  if (!isIntegerType(entry.type) || !entry.valueReadable || entry.count != 1) return std::nullopt;
+  const std::uint64_t value = readUnsigned(valueBytes(block, entry), block.order);
+  // A negative number of less than 64 bits has the highest bit of its type set.
+  const bool negative = isSignedType(entry.type) && (value >> (8 * entry.valueSize - 1)) != 0;
+  if (negative || value > std::numeric_limits<std::uint32_t>::max()) return std::nullopt;
+  return static_cast<std::uint32_t>(value);
 }
 
 }  // namespace quellor::metadata

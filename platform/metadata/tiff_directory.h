@@ -15,7 +15,7 @@ namespace quellor::metadata {
 enum class ByteOrder : std::uint8_t { littleEndian, bigEndian };
 
 /// Field types (TIFF 6.0, section 2, "Types"); `ifd` comes from TIFF Technical Note 1 and is a LONG that points, the
-/// two of 8 bytes come from BigTIFF and stand in some maker notes.
+/// three of 8 bytes come from BigTIFF and stand in some maker notes.
 enum class TiffType : std::uint16_t {
   byte = 1,
   ascii = 2,
@@ -32,6 +32,7 @@ enum class TiffType : std::uint16_t {
   ifd = 13,
   long8 = 16,
   signedLong8 = 17,
+  ifd8 = 18,
 };
 
 /// Bytes that one value of the type takes: 0 for a number that is no type.
@@ -55,6 +56,9 @@ struct TiffEntry {
   bool valueReadable = false;
   std::size_t valuePosition = 0;  // inside the entry for values of 4 bytes and less
   std::size_t valueSize = 0;      // in bytes
+
+  /// Whether the value stands elsewhere than in the entry.
+  [[nodiscard]] bool standsOutside() const { return valueReadable && valuePosition != position + 8; }
 };
 
 struct TiffDirectory {
@@ -94,10 +98,11 @@ std::optional<TiffDirectory> readTiffDirectory(const TiffBlock& block, std::size
 /// The bytes of a readable value.
 ByteView valueBytes(const TiffBlock& block, const TiffEntry& entry);
 
-/// Where the directory stands that `entry`, one LONG or IFD, points to. Absent when it is no such entry.
+/// Where the directory stands that `entry`, exactly one integer, points to. Absent when it is no such entry. The
+/// standard wants a LONG or an IFD; readers follow every integer.
 std::optional<std::size_t> pointedPosition(const TiffBlock& block, const TiffEntry& entry);
 
-/// The value of an entry that holds exactly one unsigned integer (BYTE, SHORT, LONG), else absent.
+/// The value of an entry that holds exactly one integer, of whichever type, from 0 to 2^32 - 1; else absent.
 std::optional<std::uint32_t> unsignedValue(const TiffBlock& block, const TiffEntry& entry);
 
 }  // namespace quellor::metadata

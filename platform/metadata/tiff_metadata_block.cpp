@@ -159,8 +159,8 @@ std::optional<Bytes> buildBlock(const ExifDirectories& source) {
   std::vector<Field> first = collector.collect(source.first, isDescriptive);
   std::vector<Field> exif;
   std::vector<Field> gps;
-  if (source.exif) exif = collector.collect(*source.exif, isNoPointer);
-  if (source.gps) gps = collector.collect(*source.gps, isNoPointer);
+  if (!source.exif.empty()) exif = collector.collect(source.exif.front(), isNoPointer);
+  if (!source.gps.empty()) gps = collector.collect(source.gps.front(), isNoPointer);
   if (first.empty() && exif.empty() && gps.empty()) return std::nullopt;
 
   const std::size_t pointers = (exif.empty() ? 0U : 1U) + (gps.empty() ? 0U : 1U);

@@ -1,67 +1,22 @@
 #include "platform/metadata/xmp_editor.h"
 
 #include <algorithm>
-#include <cstddef>
-#include <iterator>
 #include <string>
 #include <string_view>
 
 #include <pugixml.hpp>
 
 #include "platform/metadata/text_decoding.h"
+#include "platform/metadata/xmp_form.h"
 #include "platform/metadata/xmp_namespaces.h"
+#include "platform/metadata/xmp_properties.h"
 
 namespace quellor {
 namespace {
 
 using namespace metadata;
 
-/// Real packets stay below 30 levels; the walk over the tree recurses this deep at most.
-constexpr int kMaximumDepth = 200;
-
-/// Real packets stay below 1000; taking one from an element costs time for each that it has.
-constexpr std::ptrdiff_t kMaximumAttributes = 4096;
-
-// Everything is kept as it was written, so that writing it again changes nothing but what was edited.
-constexpr unsigned kParsing = pugi::parse_pi | pugi::parse_comments | pugi::parse_cdata | pugi::parse_declaration |
-                              pugi::parse_doctype | pugi::parse_ws_pcdata | pugi::parse_fragment;
 constexpr unsigned kWriting = pugi::format_raw | pugi::format_no_escapes | pugi::format_no_declaration;
-
-/// Names that begin with `name`, without regard to case, in one namespace.
-struct PositionProperties {
-  std::string_view uri;
-  std::string_view name;
-};
-
-constexpr PositionProperties kPositionProperties[] = {
-    {xmp_namespace::kExif, "gps"},
-    {xmp_namespace::kExifEx, "gps"},
-    {"http://www.dji.com/drone-dji/1.0/", "gps"},
-    {"http://pix4d.com/camera/1.0/", "gps"},
-    {"http://www.w3.org/2003/01/geo/wgs84_pos#", ""},  // its whole purpose: lat, long, alt, lat_long
-};
-
-char lower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
-
-bool beginsWithIgnoringCase(std::string_view text, std::string_view lowerPrefix) {
-  return text.size() >= lowerPrefix.size() && std::equal(lowerPrefix.begin(), lowerPrefix.end(), text.begin(),
-                                                         [](char prefix, char c) { return prefix == lower(c); });
-}
-
-bool isPosition(const XmlName& name) {
-  return std::any_of(std::begin(kPositionProperties), std::end(kPositionProperties), [&](const auto& each) {
-    return isNamespace(name.uri, each.uri) && beginsWithIgnoringCase(name.local, each.name);
-  });
-}
-
-/// LocationCreated and LocationShown (IPTC Photo Metadata 2019.1).
-bool isLocation(const XmlName& name) {
-  return isNamespace(name.uri, xmp_namespace::kIptcExtension) && name.local.starts_with("Location");
-}
-
-bool is(const XmlName& name, std::string_view uri, std::string_view local) {
-  return name.local == local && isNamespace(name.uri, uri);
-}
 
 bool isWhiteSpace(pugi::xml_node node) {
   return node.type() == pugi::node_pcdata &&
@@ -73,6 +28,34 @@ std::string_view trimmed(std::string_view text) {
   if (first == std::string_view::npos) return {};
   return text.substr(first, text.find_last_not_of(" \t\r\n") - first + 1);
 }
+
+/// Collects what the properties of a packet are.
+class ContentsFinder {
+ public:
+  void visit(pugi::xml_node element) {
+    scope_.enter(element);
+    add(scope_.nameOf(element));
+    for (const pugi::xml_attribute attribute : element.attributes()) add(scope_.nameOf(attribute));
+    for (const pugi::xml_node child : element.children()) {
+      if (child.type() == pugi::node_element) visit(child);
+    }
+    scope_.leave(element);
+  }
+
+  [[nodiscard]] const PacketContents& found() const { return found_; }
+
+ private:
+  void add(const XmlName& name) {
+    const PacketContents contents = contentsOf(name);
+    found_.position = found_.position || contents.position;
+    found_.make = found_.make || contents.make;
+    found_.model = found_.model || contents.model;
+    found_.makerNote = found_.makerNote || contents.makerNote;
+  }
+
+  NamespaceScope scope_;
+  PacketContents found_;
+};
 
 class PacketEditor {
  public:
@@ -96,15 +79,22 @@ class PacketEditor {
     const std::size_t positionsBefore = positionsRemoved_;
     bool goes = toBeRemoved(name);
     if (!goes) {
-      const bool isDescription =
-          is(name, xmp_namespace::kRdf, "Description") && is(scope_.nameOf(parent), xmp_namespace::kRdf, "RDF");
+      const bool isDescription = isRdf(name, "Description") && isRdf(scope_.nameOf(parent), "RDF");
       editAttributes(element, isDescription);
       editChildren(element, isDescription);
-      if (isProperty && is(name, xmp_namespace::kTiff, "Orientation")) setOrientation(element);
+      if (isProperty && isOrientation(name)) setOrientation(element);
       goes = isLocation(name) && positionsRemoved_ != positionsBefore;
     }
     scope_.leave(element);
     if (goes) remove(parent, element);
+  }
+
+  static bool isRdf(const XmlName& name, std::string_view local) {
+    return name.local == local && isNamespace(name.uri, xmp_namespace::kRdf);
+  }
+
+  static bool isOrientation(const XmlName& name) {
+    return name.local == "Orientation" && isNamespace(name.uri, xmp_namespace::kTiff);
   }
 
   void editAttributes(pugi::xml_node element, bool ofDescription) {
@@ -114,7 +104,7 @@ class PacketEditor {
       if (toBeRemoved(name)) {
         element.remove_attribute(attribute);
         changed_ = true;
-      } else if (ofDescription && is(name, xmp_namespace::kTiff, "Orientation")) {
+      } else if (ofDescription && isOrientation(name)) {
         setOrientation(attribute);
       }
       attribute = next;
@@ -122,13 +112,9 @@ class PacketEditor {
   }
 
   bool toBeRemoved(const XmlName& name) {
-    if (edit_.removeGps && isPosition(name)) {
-      ++positionsRemoved_;
-      return true;
-    }
-    return (edit_.removeMake && is(name, xmp_namespace::kTiff, "Make")) ||
-           (edit_.removeModel && is(name, xmp_namespace::kTiff, "Model")) ||
-           (edit_.removeMakerNote && is(name, xmp_namespace::kExif, "MakerNote"));
+    if (name.prefix == "xmlns") return false;  // a declaration, whatever the prefix that it declares
+    if (edit_.removals.position && isPosition(name)) ++positionsRemoved_;
+    return isRemoved(name, edit_.removals);
   }
 
   /// The indentation before the element goes with it.
@@ -158,37 +144,15 @@ class PacketEditor {
   bool changed_ = false;
 };
 
-/// Whether a document is an element with nothing beside it but what XML allows there, and within the limits.
-struct FormCheck : pugi::xml_tree_walker {
-  bool for_each(pugi::xml_node& node) override {
-    const bool outside = depth() == 0;
-    if (outside && node.type() == pugi::node_element) ++roots;
-    const bool isText = node.type() == pugi::node_pcdata || node.type() == pugi::node_cdata;
-    const auto attributes = node.attributes();
-    good = good && depth() <= kMaximumDepth && node.type() != pugi::node_doctype &&
-           !(outside && isText && !isWhiteSpace(node)) &&
-           std::distance(attributes.begin(), attributes.end()) <= kMaximumAttributes;
-    return good;
-  }
-
-  int roots = 0;
-  bool good = true;
-};
-
-bool hasUsableForm(pugi::xml_document& document) {
-  FormCheck check;
-  document.traverse(check);
-  return check.good && check.roots == 1;
-}
-
 /// Makes values fit for the double quotes that they are written in.
 struct QuoteEscaper : pugi::xml_tree_walker {
   bool for_each(pugi::xml_node& node) override {
     for (pugi::xml_attribute attribute : node.attributes()) {
-      std::string value = attribute.value();
-      if (value.find('"') == std::string::npos) continue;
-      for (std::size_t at = 0; (at = value.find('"', at)) != std::string::npos;) value.replace(at, 1, "&quot;");
-      attribute.set_value(value.c_str());
+      const std::string_view value = attribute.value();
+      if (value.find('"') == std::string_view::npos) continue;
+      std::string escaped;
+      for (const char c : value) c == '"' ? escaped += "&quot;" : escaped += c;
+      attribute.set_value(escaped.c_str());
     }
     return true;
   }
@@ -214,14 +178,39 @@ Bytes written(pugi::xml_document& document) {
   return Bytes(utf8.begin(), utf8.end());
 }
 
+/// Whether the name of a coordinate is left in a text where no property should have it.
+bool namesCoordinate(const Bytes& packet) {
+  std::string text(packet.begin(), packet.end());
+  std::transform(text.begin(), text.end(), text.begin(),
+                 [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; });
+  return text.find("gpslatitude") != std::string::npos || text.find("gpslongitude") != std::string::npos;
+}
+
 }  // namespace
 
+PacketContents contentsOfXmp(ByteView packet) {
+  PacketTree tree;
+  if (!parsePacket(packet, tree)) return {};
+  ContentsFinder finder;
+  for (const pugi::xml_node node : tree.document.children()) {
+    if (node.type() == pugi::node_element) finder.visit(node);
+  }
+  return finder.found();
+}
+
 std::optional<Bytes> editedXmp(ByteView packet, const XmpEdit& edit) {
-  pugi::xml_document document;
-  if (!document.load_buffer(packet.data(), packet.size(), kParsing) || !hasUsableForm(document)) return std::nullopt;
+  PacketTree tree;
+  if (!parsePacket(packet, tree)) return std::nullopt;
+  const bool removes = edit.removals.inside();
+  if (removes && !isStrictPacket(tree.document)) return std::nullopt;
+
   PacketEditor editor(edit);
-  editor.editChildren(document.root());
-  return editor.changed() ? written(document) : Bytes(packet.begin(), packet.end());
+  editor.editChildren(tree.document);
+  const bool lostComments = removes && removeCommentsAndInstructions(tree.document);
+  const bool mustBeWritten = editor.changed() || lostComments || (removes && !tree.saysAllInUtf8);
+  Bytes edited = mustBeWritten ? written(tree.document) : Bytes(packet.begin(), packet.end());
+  if (edit.removals.position && namesCoordinate(edited)) return std::nullopt;
+  return edited;
 }
 
 }  // namespace quellor

@@ -3,7 +3,6 @@
 #include <exception>
 
 #include "platform/metadata/xmp_editor.h"
-#include "platform/metadata/xmp_packet.h"
 #include "platform/module.h"
 
 namespace quellor {
@@ -11,9 +10,9 @@ namespace {
 
 // Nothing but memory that cannot be had throws here; that makes the answer absent.
 
-std::string textOf(ByteView packet, const std::string& localName) noexcept {
+PacketContents contentsOf(ByteView packet) noexcept {
   try {
-    return xmpTextOf(packet, localName);
+    return contentsOfXmp(packet);
   } catch (const std::exception&) {
     return {};
   }
@@ -27,7 +26,7 @@ std::optional<Bytes> edited(ByteView packet, const XmpEdit& edit) noexcept {
   }
 }
 
-constexpr XmpEngine kEngine{textOf, edited};
+constexpr XmpEngine kEngine{contentsOf, edited};
 
 }  // namespace
 }  // namespace quellor

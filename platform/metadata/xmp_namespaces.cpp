@@ -54,18 +54,20 @@ void NamespaceScope::leave(pugi::xml_node element) {
 
 XmlName NamespaceScope::nameOf(pugi::xml_node element) const {
   const auto [prefix, local] = prefixAndLocalName(element.name());
-  return {uriOf(prefix), local};
+  return nameIn(prefix, local);
 }
 
 XmlName NamespaceScope::nameOf(pugi::xml_attribute attribute) const {
   const auto [prefix, local] = prefixAndLocalName(attribute.name());
-  return {prefix.empty() ? std::string_view() : uriOf(prefix), local};
+  // The default namespace is not for attributes (Namespaces in XML 1.0, 6.2).
+  return prefix.empty() ? XmlName{{}, local, {}} : nameIn(prefix, local);
 }
 
-std::string_view NamespaceScope::uriOf(std::string_view prefix) const {
+XmlName NamespaceScope::nameIn(std::string_view prefix, std::string_view local) const {
   const auto found = uris_.find(prefix);
-  if (found != uris_.end() && !found->second.empty()) return found->second.back();
-  return customaryNamespace(prefix);
+  if (found != uris_.end() && !found->second.empty()) return {found->second.back(), local, prefix};
+  const bool needsNone = prefix.empty() || prefix == "xml" || prefix == kDeclaration;
+  return {customaryNamespace(prefix), local, prefix, needsNone};
 }
 
 }  // namespace quellor::metadata

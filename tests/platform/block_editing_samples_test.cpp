@@ -67,7 +67,10 @@ class BlockEditingOfSamples : public testing::Test {
     for (const auto& [name, photo] : photos_) {
       PropertyDictionary properties = photo.properties;
       change(properties);
-      edited[name] = editedBlocks(properties, xmp);
+      const PropertyValue* const value = properties.find(property_key::kOrientation);
+      const auto orientation =
+          value == nullptr ? std::nullopt : std::optional(static_cast<int>(*value->as<std::int64_t>()));
+      edited[name] = editedBlocks(photo.blocks, removalsOf(properties), orientation, *xmp);
     }
     return edited;
   }
@@ -110,17 +113,9 @@ class BlockEditingOfSamples : public testing::Test {
 };
 
 void removeMaker(PropertyDictionary& properties) {
-  const PropertyDictionary before = properties;
-  for (const auto& [key, value] : before.entries()) {
-    if (key.starts_with("{Maker")) properties.remove(key);
-  }
-  if (PropertyValue* const tiff = properties.find(property_key::kTiff)) {
-    tiff->as<PropertyDictionary>()->remove(property_key::kTiffMake);
-    tiff->as<PropertyDictionary>()->remove(property_key::kTiffModel);
-  }
-  if (PropertyValue* const exif = properties.find(property_key::kExif)) {
-    exif->as<PropertyDictionary>()->remove(property_key::kExifMakerNote);
-  }
+  properties.removeNested(property_key::kTiff, property_key::kTiffMake);
+  properties.removeNested(property_key::kTiff, property_key::kTiffModel);
+  properties.removeNested(property_key::kExif, property_key::kExifMakerNote);
 }
 
 /// Groups of maker notes are named after the maker; these are all others.
@@ -151,8 +146,8 @@ TEST_F(BlockEditingOfSamples, LeavesNoBytesOfThePosition) {
        editedAll([](PropertyDictionary& properties) { properties.remove(property_key::kGps); })) {
     const auto& before = photos_.at(name).blocks.exif;
     const auto directories = before ? metadata::readExifDirectories(*before) : std::nullopt;
-    if (!directories || !directories->gps) continue;
-    for (const auto& entry : directories->gps->entries) {
+    if (!directories || directories->gps.empty()) continue;
+    for (const auto& entry : directories->gps.front().entries) {
       if (entry.valueSize < 16) continue;
       ++positions;
       EXPECT_FALSE(holds(blocks.exif, metadata::valueBytes(directories->block, entry))) << name << " " << entry.tag;
@@ -174,8 +169,9 @@ TEST_F(BlockEditingOfSamples, LeavesNoBytesOfTheMakerNote) {
   for (const auto& [name, blocks] : editedAll(removeMaker)) {
     const auto& before = photos_.at(name).blocks.exif;
     const auto directories = before ? metadata::readExifDirectories(*before) : std::nullopt;
-    const auto* const note =
-        directories && directories->exif ? directories->exif->find(metadata::exif_tag::kMakerNote) : nullptr;
+    const auto* const note = directories && !directories->exif.empty()
+                                 ? directories->exif.front().find(metadata::exif_tag::kMakerNote)
+                                 : nullptr;
     if (note == nullptr) continue;
     ++notes;
     const ByteView bytes = metadata::valueBytes(directories->block, *note);

@@ -7,6 +7,8 @@
 
 #include "platform/image_properties.h"
 #include "tests/support/heif_builder.h"
+#include "tests/support/metadata_reading.h"
+#include "tests/support/png_fixture.h"
 #include "tests/support/temporary_directory.h"
 
 namespace quellor {
@@ -67,6 +69,21 @@ TEST_F(Services, GiveASourceThatAnswersForItsPrimaryImageOnly) {
   EXPECT_FALSE(source->auxiliaryDataInfoAt(0, "no such type"));
 }
 
+TEST_F(Services, OpenNothingWhereAModuleThatLooksIntoFilesIsMissing) {
+  const std::string image = write("a.png", test_support::encodePng(test_support::plainPng()));
+  for (const char* const missing : {"color", "xmp", "none"}) {
+    const test_support::TemporaryDirectory folder;
+    for (const auto& module : std::filesystem::directory_iterator(QUELLOR_MODULES)) {
+      const std::string name = module.path().filename().string();
+      if (name.find(missing) == std::string::npos) {
+        std::filesystem::create_symlink(module.path(), folder.path() / name);
+      }
+    }
+    const CodecImageServices services{ModuleLoader{folder.path().string()}};
+    EXPECT_EQ(services.openSource(image) != nullptr, std::string_view(missing) == "none") << missing;
+  }
+}
+
 TEST_F(Services, DescribeAnAuxiliaryImage) {
   HeifBuilder builder;
   builder.properties = {test_support::auxC("urn:com:apple:photo:2020:aux:hdrgainmap"), test_support::ispe(20, 10)};
@@ -108,7 +125,7 @@ TEST(ImageProperties, HaveOnlyWhatApplies) {
   EncodedFacts facts;
   facts.width = 4;
   facts.height = 3;
-  const PropertyDictionary bare = imageProperties(facts, std::nullopt, nullptr);
+  const PropertyDictionary bare = imageProperties(facts, std::nullopt, test_support::xmpEngine());
   EXPECT_THAT(keysOf(bare), ::testing::ElementsAre("ColorModel", "Depth", "PixelHeight", "PixelWidth"));
   EXPECT_EQ(*bare.find("ColorModel"), PropertyValue("RGB"));
   EXPECT_EQ(*bare.find("PixelWidth"), PropertyValue(4));
@@ -120,7 +137,7 @@ TEST(ImageProperties, HaveOnlyWhatApplies) {
   facts.dpiHeight = 96.0;
   facts.metadata.xmp = Bytes{'<', 'x', '/', '>'};
   facts.formatProperties.set("{JFIF}", PropertyDictionary{});
-  const PropertyDictionary full = imageProperties(facts, "Some Profile", nullptr);
+  const PropertyDictionary full = imageProperties(facts, "Some Profile", test_support::xmpEngine());
   EXPECT_THAT(keysOf(full),
               ::testing::ElementsAre("ColorModel", "DPIHeight", "DPIWidth", "Depth", "HasAlpha", "PixelHeight",
                                      "PixelWidth", "PrimaryImage", "ProfileName", "{JFIF}", "{XMP}"));
@@ -131,9 +148,37 @@ TEST(ImageProperties, HaveOnlyWhatApplies) {
 TEST(ImageProperties, RememberTheBlocksThatTheyWereReadFrom) {
   EncodedFacts facts;
   facts.metadata.exif = exifWithOrientation(6);
-  const PropertyDictionary properties = imageProperties(facts, std::nullopt, nullptr);
+  const PropertyDictionary properties = imageProperties(facts, std::nullopt, test_support::xmpEngine());
   ASSERT_NE(properties.blocks(), nullptr);
   EXPECT_EQ(properties.blocks()->exif, exifWithOrientation(6));
+}
+
+TEST(ImageProperties, ForgetAnExifBlockOfWhichNothingCanBeRead) {
+  const auto behind = [](std::string_view prefix, Bytes block) {
+    block.insert(block.begin(), prefix.begin(), prefix.end());
+    return block;
+  };
+  using namespace std::string_view_literals;
+  const struct {
+    const char* what;
+    Bytes block;
+    bool remembered;
+  } cases[] = {
+      {"in order", exifWithOrientation(6), true},
+      {"behind the prefix of JPEG files", behind("Exif\0\0"sv, exifWithOrientation(6)), true},
+      {"behind two of them", behind("Exif\0\0Exif\0\0"sv, exifWithOrientation(6)), true},
+      {"behind something else", behind("junk"sv, exifWithOrientation(6)), false},
+      {"empty", {}, false},
+      {"shorter than a header", {'M', 'M', 0, 42}, false},
+      {"of version 43", {'M', 'M', 0, 43, 0, 8, 0, 0, 0, 0, 0, 0, 0, 16}, false},
+  };
+  for (const auto& c : cases) {
+    EncodedFacts facts;
+    facts.metadata.exif = c.block;
+    const PropertyDictionary properties = imageProperties(facts, std::nullopt, test_support::xmpEngine());
+    EXPECT_EQ(properties.blocks()->exif, c.remembered ? std::optional(exifWithOrientation(6)) : std::nullopt) << c.what;
+    EXPECT_EQ(properties.contains("{TIFF}"), c.remembered) << c.what;
+  }
 }
 
 TEST(ImageProperties, TakeTheOrientationFromTheContainerElseFromExif) {
@@ -157,7 +202,7 @@ TEST(ImageProperties, TakeTheOrientationFromTheContainerElseFromExif) {
     facts.orientation = c.container;
     facts.exifOrientationCounts = c.exifCounts;
     if (c.exif) facts.metadata.exif = exifWithOrientation(*c.exif);
-    const PropertyDictionary properties = imageProperties(facts, std::nullopt, nullptr);
+    const PropertyDictionary properties = imageProperties(facts, std::nullopt, test_support::xmpEngine());
     const PropertyValue* const value = properties.find("Orientation");
     ASSERT_EQ(value != nullptr, c.orientation.has_value()) << c.why;
     if (value != nullptr) {

@@ -1,8 +1,10 @@
+#include "platform/metadata/maker_notes.h"
+
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "tests/support/metadata_reading.h"
@@ -13,10 +15,8 @@ namespace {
 
 using namespace std::string_view_literals;
 using test_support::exifProperties;
-using test_support::nested;
+using test_support::keysOf;
 using test_support::TiffStructure;
-using test_support::valueOf;
-using testing::Optional;
 
 /// A block, big-endian, whose maker note is `note`; it stands at noteOffset(make).
 Bytes blockWithNote(std::string_view make, const Bytes& note) {
@@ -45,14 +45,7 @@ Bytes note(std::string_view signature, const Bytes& rest) {
   return TiffStructure::joined({Bytes(signature.begin(), signature.end()), rest});
 }
 
-PropertyDictionary bothEntries() {
-  PropertyDictionary entries;
-  entries.set("1", 5);
-  entries.set("2", Rational{7, 9});
-  return entries;
-}
-
-TEST(MakerNotes, HoldTheEntriesOfPlainDirectories) {
+TEST(MakerNotes, AreRecognisedByTheirSignatureOrByTheMakerAndTheirForm) {
   const auto block = [](std::string_view make, std::uint32_t start) { return noteOffset(make) + start; };
   const struct {
     const char* key;
@@ -78,10 +71,8 @@ TEST(MakerNotes, HoldTheEntriesOfPlainDirectories) {
       {"{MakerSamsung}", "samsung", directory(false, 0)},
   };
   for (const auto& c : cases) {
-    const PropertyDictionary properties = exifProperties(blockWithNote(c.make, c.note));
-    EXPECT_THAT(nested(properties, c.key), Optional(bothEntries())) << c.key << " by " << c.make;
-    EXPECT_EQ(properties.size(), 3U) << c.key;  // {TIFF}, {Exif} and the maker's
-    EXPECT_THAT(valueOf(properties, "{Exif}", "MakerNote"), Optional(PropertyValue(c.note)));
+    const std::string keys = keysOf(exifProperties(blockWithNote(c.make, c.note)));
+    EXPECT_EQ(keys, std::string("{Exif} {Exif}/MakerNote ") + c.key + " {TIFF} {TIFF}/Make") << c.make;
   }
 }
 
@@ -98,9 +89,8 @@ TEST(MakerNotes, OfUnknownMakersStayInExifOnly) {
       {"signature cut off", "", Bytes{'A', 'p', 'p', 'l', 'e', ' ', 'i', 'O'}},
   };
   for (const auto& c : cases) {
-    const PropertyDictionary properties = exifProperties(blockWithNote(c.make, c.note));
-    EXPECT_EQ(properties.size(), 2U) << c.why;
-    EXPECT_THAT(valueOf(properties, "{Exif}", "MakerNote"), Optional(PropertyValue(c.note))) << c.why;
+    const std::string keys = keysOf(exifProperties(blockWithNote(c.make, c.note)));
+    EXPECT_EQ(keys, "{Exif} {Exif}/MakerNote {TIFF} {TIFF}/Make") << c.why;
   }
 }
 
@@ -115,16 +105,32 @@ TEST(MakerNotes, AreRecognisedWhereTheirEntriesCannotBeRead) {
       {"{MakerSamsung}", note("STMN100\0\0\0"sv, {})},
   };
   for (const auto& c : cases) {
-    EXPECT_THAT(nested(exifProperties(blockWithNote("any", c.note)), c.key), Optional(PropertyDictionary())) << c.key;
+    EXPECT_TRUE(exifProperties(blockWithNote("any", c.note)).contains(c.key)) << c.key;
   }
 }
 
-TEST(MakerNotes, LeaveOutEntriesBeyondTheBlock) {
-  Bytes plain = directory(true, 0x7FFFFFFF);
-  PropertyDictionary expected;
-  expected.set("1", 5);
-  const PropertyDictionary properties = exifProperties(blockWithNote("Canon", plain));
-  EXPECT_THAT(nested(properties, "{MakerCanon}"), Optional(expected));
+TEST(MakerNotes, ReferToTheValuesOfTheirEntries) {
+  const struct {
+    const char* what;
+    std::string make;
+    Bytes note;
+    std::optional<std::size_t> rational;  // where it stands, counted from the note
+  } cases[] = {
+      {"offsets from the block", "Canon", directory(false, noteOffset("Canon")), 30},
+      {"offsets from the note", "Apple", note("Apple iOS\0\0\1MM"sv, directory(true, 14)), 44},
+      {"an embedded structure", "NIKON", note("Nikon\0\2\x10\0\0II*\0\x08\0\0\0"sv, directory(false, 8)), 48},
+      {"an unknown maker", "Nobody", directory(true, noteOffset("Nobody")), 30},
+      {"a value outside of the block", "Canon", directory(true, 0x7FFFFFFF), std::nullopt},
+      {"no directory", "Canon", Bytes(64, 'x'), std::nullopt},
+  };
+  for (const auto& c : cases) {
+    const Bytes block = blockWithNote(c.make, c.note);
+    const auto directories = metadata::readExifDirectories(block);
+    const auto* const entry = directories->exif.front().find(metadata::exif_tag::kMakerNote);
+    std::vector<metadata::ByteRange> expected;
+    if (c.rational) expected.push_back({entry->valuePosition + *c.rational, entry->valuePosition + *c.rational + 8});
+    EXPECT_EQ(metadata::makerNoteReferences(directories->block, *entry, c.make), expected) << c.what;
+  }
 }
 
 }  // namespace

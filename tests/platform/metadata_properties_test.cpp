@@ -1,9 +1,8 @@
 #include "platform/metadata/metadata_properties.h"
 
+#include <bit>
 #include <string>
-#include <utility>
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "tests/support/byte_texts.h"
@@ -15,180 +14,163 @@ namespace {
 
 using test_support::bytesOf;
 using test_support::exifProperties;
-using test_support::nested;
+using test_support::keysOf;
 using test_support::propertiesOf;
 using test_support::TiffStructure;
-using test_support::valueOf;
-using testing::Optional;
 using Entry = TiffStructure::Entry;
 
-PropertyDictionary tiffOf(const std::vector<Entry>& entries, bool bigEndian = true) {
-  return nested(exifProperties(TiffStructure(bigEndian).directory(entries).bytes()), property_key::kTiff)
-      .value_or(PropertyDictionary());
+ExifSummary summaryOf(const std::vector<Entry>& entries, bool bigEndian = true) {
+  PropertyDictionary properties;
+  return addExifProperties(TiffStructure(bigEndian).directory(entries).bytes(), properties);
 }
 
-TEST(MetadataProperties, KeepTheTypeOfEveryTiffType) {
-  const struct {
-    std::uint16_t type;
-    std::uint32_t count;
-    Bytes bigEndian;
-    PropertyValue value;
-  } cases[] = {
-      {1, 1, {200}, 200},
-      {1, 4, {2, 3, 0, 0}, PropertyList{2, 3, 0, 0}},
-      {2, 4, {'a', 'b', 'c', 0}, "abc"},
-      {2, 3, {'a', 'b', 'c'}, "abc"},
-      {2, 8, {'a', 0, 'c', 'd', 0, 0, 0, 0}, "a"},
-      {2, 0, {}, ""},
-      {3, 1, {0xFF, 0xFE}, 0xFFFE},
-      {3, 2, {0, 1, 0, 2}, PropertyList{1, 2}},
-      {4, 1, {0xFF, 0xFF, 0xFF, 0xFF}, std::uint32_t{0xFFFFFFFF}},
-      {5, 1, {0xFF, 0xFF, 0xFF, 0xFF, 0, 0, 0, 0}, Rational{0xFFFFFFFF, 0}},
-      {6, 1, {0x80}, -128},
-      {7, 1, {3}, Bytes{3}},
-      {7, 4, {'0', '2', '3', '2'}, Bytes{'0', '2', '3', '2'}},
-      {8, 1, {0xFF, 0xFE}, -2},
-      {9, 1, {0x80, 0, 0, 0}, std::int64_t{-2147483648}},
-      {10, 1, {0xFF, 0xFF, 0xFF, 0xFF, 0, 0, 0, 3}, Rational{-1, 3}},
-      {11, 1, {0x3F, 0xC0, 0, 0}, 1.5},
-      {12, 1, {0xC0, 4, 0, 0, 0, 0, 0, 0}, -2.5},
-      {13, 1, {0, 0, 1, 0}, std::uint32_t{256}},
-  };
-  for (const auto& c : cases) {
-    const PropertyDictionary tiff = tiffOf({{700, c.type, c.count, c.bigEndian}});
-    EXPECT_THAT(valueOf(tiff, "700"), Optional(c.value)) << "type " << c.type << ", count " << c.count;
+TEST(ExifProperties, HaveADictionaryForEachDirectoryWithAReadableEntry) {
+  TiffStructure s(false);
+  const std::vector<Entry> exif = {s.rationalEntry(33434, 1, 60), s.longEntry(0xA005, 8)};
+  std::vector<Entry> first = {TiffStructure::textEntry(271, "abc"), s.longEntry(0x8769, 0), s.longEntry(0x8825, 0)};
+  const std::uint32_t exifAt = 8 + TiffStructure::sizeOf(first);
+  first[1] = s.longEntry(0x8769, exifAt);
+  first[2] = s.longEntry(0x8825, exifAt + TiffStructure::sizeOf(exif));
+  const Bytes block = s.directory(first).directory(exif).directory({TiffStructure::textEntry(1, "N")}).bytes();
+  EXPECT_EQ(keysOf(exifProperties(block)), "{Exif} {GPS} {TIFF} {TIFF}/Make");
+}
+
+TEST(ExifProperties, NameWhatARemovalMayAskFor) {
+  const TiffStructure s(true);
+  const std::uint32_t exifAt =
+      8 + TiffStructure::sizeOf({TiffStructure::textEntry(272, "Model One"), s.longEntry(0x8769, 0)});
+  const Bytes block = TiffStructure(true)
+                          .directory({TiffStructure::textEntry(272, "Model One"), s.longEntry(0x8769, exifAt)})
+                          .directory({TiffStructure::undefinedEntry(37500, bytesOf("of a maker that nobody knows"))})
+                          .bytes();
+  EXPECT_EQ(keysOf(exifProperties(block)), "{Exif} {Exif}/MakerNote {TIFF} {TIFF}/Model");
+}
+
+TEST(ExifProperties, FollowPointersOfEveryIntegerTypeToTheFirstThatLeadsSomewhere) {
+  const std::uint16_t types[] = {1, 3, 4, 8, 9, 13};
+  const std::size_t sizes[] = {1, 2, 4, 2, 4, 4};
+  for (std::size_t i = 0; i < std::size(types); ++i) {
+    TiffStructure s(true);
+    std::vector<Entry> first = {s.longEntry(34853, 0xFFFFFF), {34853, types[i], 1, Bytes(4)}};
+    first[1].value = s.number(8 + TiffStructure::sizeOf(first), sizes[i]);
+    const Bytes block = s.directory(first).directory({TiffStructure::textEntry(1, "N")}).bytes();
+    EXPECT_EQ(keysOf(exifProperties(block)), "{GPS}") << "type " << types[i];
   }
 }
 
-TEST(MetadataProperties, DecodeTextAsUtf8WithLatin1ForTheRest) {
+TEST(ExifProperties, TellWhetherTheBlockContributedAnything) {
+  const TiffStructure s(true);
   const struct {
     const char* what;
-    std::string stored;
-    std::string text;
+    Bytes block;
+    bool contributed;
   } cases[] = {
-      {"UTF-8", "Z\xC3\xBCrich \xF0\x9F\x93\xB7", "Z\xC3\xBCrich \xF0\x9F\x93\xB7"},
-      {"Latin-1", "Z\xFCrich", "Z\xC3\xBCrich"},
-      {"Latin-1 at the end", "caf\xE9", "caf\xC3\xA9"},
-      {"overlong slash", "\xC0\xAF", "\xC3\x80\xC2\xAF"},
-      {"overlong of three bytes", "\xE0\x80\xAF", "\xC3\xA0\xC2\x80\xC2\xAF"},
-      {"surrogate", "\xED\xA0\x80", "\xC3\xAD\xC2\xA0\xC2\x80"},
-      {"above U+10FFFF", "\xF4\x90\x80\x80", "\xC3\xB4\xC2\x90\xC2\x80\xC2\x80"},
-      {"stray continuation", "a\x80z", "a\xC2\x80z"},
-      {"sequence cut by ASCII", "\xE2\x82x", "\xC3\xA2\xC2\x82x"},
+      {"one entry", TiffStructure(true).directory({s.shortEntry(305, 1)}).bytes(), true},
+      {"no bytes", {}, false},
+      {"a prefix of JPEG files", bytesOf("Exif"), false},
+      {"a header alone", TiffStructure(true).bytes(), false},
+      {"a first directory outside", TiffStructure(true, 5000).directory({s.shortEntry(305, 1)}).bytes(), false},
+      {"no entries", TiffStructure(true).directory({}).bytes(), false},
+      {"a value outside", TiffStructure(true).directory({{271, 2, 500, s.number(8, 4)}}).bytes(), false},
+      {"a pointer that leads nowhere", TiffStructure(true).directory({s.longEntry(34853, 5000)}).bytes(), false},
   };
   for (const auto& c : cases) {
-    const PropertyDictionary tiff = tiffOf({TiffStructure::textEntry(271, c.stored)});
-    EXPECT_THAT(valueOf(tiff, "Make"), Optional(PropertyValue(c.text))) << c.what;
+    PropertyDictionary properties;
+    EXPECT_EQ(addExifProperties(c.block, properties).contributed, c.contributed) << c.what;
+    EXPECT_EQ(properties.empty(), !c.contributed) << c.what;
   }
-}
-
-TEST(MetadataProperties, NameTagsByTheirDirectory) {
-  TiffStructure structure(false);
-  const std::vector<Entry> exif = {structure.rationalEntry(33434, 1, 60), structure.shortEntry(1, 7),
-                                   structure.longEntry(0xA005, 8)};
-  const std::uint32_t exifAt = 8 + TiffStructure::sizeOf({3, structure.longEntry(1, 0)});
-  structure
-      .directory({TiffStructure::textEntry(271, "abc"), structure.longEntry(0x8769, exifAt),
-                  structure.longEntry(0x8825, exifAt + TiffStructure::sizeOf(exif))})
-      .directory(exif)
-      .directory({TiffStructure::textEntry(1, "N"), TiffStructure::textEntry(271, "x")});
-  const PropertyDictionary properties = exifProperties(structure.bytes());
-
-  PropertyDictionary tiffExpected;
-  tiffExpected.set("Make", "abc");
-  PropertyDictionary exifExpected;
-  exifExpected.set("ExposureTime", Rational{1, 60});
-  exifExpected.set("1", 7);
-  PropertyDictionary gpsExpected;
-  gpsExpected.set("LatitudeRef", "N");
-  gpsExpected.set("271", "x");
-  PropertyDictionary expected;
-  expected.set("{TIFF}", tiffExpected);
-  expected.set("{Exif}", exifExpected);
-  expected.set("{GPS}", gpsExpected);
-  EXPECT_EQ(properties, expected);
-}
-
-TEST(MetadataProperties, TakeTheFirstReadableOfARepeatedTag) {
-  const TiffStructure structure(true);
-  const PropertyDictionary tiff =
-      tiffOf({{274, 99, 1, {0, 9}}, structure.shortEntry(274, 6), structure.shortEntry(274, 8)});
-  EXPECT_THAT(valueOf(tiff, "Orientation"), Optional(PropertyValue(6)));
-}
-
-TEST(MetadataProperties, LeaveOutWhatIsUnreadable) {
-  const TiffStructure structure(true);
-  EXPECT_TRUE(exifProperties({}).empty());
-  EXPECT_TRUE(exifProperties(bytesOf("Exif")).empty());
-  EXPECT_TRUE(exifProperties(TiffStructure(true).directory({}).bytes()).empty());
-  EXPECT_TRUE(exifProperties(TiffStructure(true).directory({{271, 2, 500, structure.number(8, 4)}}).bytes()).empty());
-  EXPECT_TRUE(propertiesOf({{}, Bytes(), Bytes()}).empty());
-}
-
-TEST(MetadataProperties, TreatLongRunsOfBytesAsData) {
-  const PropertyDictionary tiff = tiffOf({{40091, 1, 18, Bytes(18, 'x')}, {40092, 1, 16, Bytes(16, 1)}});
-  EXPECT_THAT(valueOf(tiff, "40091"), Optional(PropertyValue(Bytes(18, 'x'))));
-  EXPECT_THAT(valueOf(tiff, "40092"), Optional(PropertyValue(PropertyList(16, 1))));
-}
-
-TEST(MetadataProperties, DoNotMultiplyDataThatEntriesShare) {
-  const TiffStructure numbers(true);
-  std::vector<Entry> entries;
-  for (std::uint16_t tag = 1000; tag < 3000; ++tag) entries.push_back({tag, 7, 20000, numbers.number(8, 4)});
-  const Bytes block = TiffStructure(true).directory(entries).bytes();
-  std::size_t total = 0;
-  const auto tiff = nested(exifProperties(block), "{TIFF}");
-  ASSERT_TRUE(tiff);
-  for (const auto& [key, value] : tiff->entries()) {
-    if (const Bytes* const bytes = value.as<Bytes>()) total += bytes->size();
-  }
-  EXPECT_GT(total, 0U);
-  EXPECT_LE(total, block.size());
-}
-
-TEST(MetadataProperties, HoldTheXmpPacketAsItIs) {
-  const Bytes packet = bytesOf("<x:xmpmeta/>");
-  EXPECT_THAT(valueOf(propertiesOf({{}, packet, {}}), "{XMP}"), Optional(PropertyValue(packet)));
 }
 
 TEST(ExifOrientation, IsAnIntegerFrom1To8) {
-  const TiffStructure numbers(false);
+  const TiffStructure n(false);
   const struct {
     Entry entry;
     std::optional<int> orientation;
   } cases[] = {
-      {numbers.shortEntry(274, 1), 1},
-      {numbers.shortEntry(274, 8), 8},
-      {numbers.longEntry(274, 6), 6},
+      {n.shortEntry(274, 1), 1},
+      {n.shortEntry(274, 8), 8},
+      {n.longEntry(274, 6), 6},
       {{274, 1, 1, {3}}, 3},
-      {numbers.shortEntry(274, 0), std::nullopt},
-      {numbers.shortEntry(274, 9), std::nullopt},
-      {numbers.shortEntry(274, 256), std::nullopt},
+      {{274, 6, 1, {3}}, 3},
+      {{274, 8, 1, {5, 0}}, 5},
+      {{274, 9, 1, {5, 0, 0, 0}}, 5},
+      {{274, 13, 1, {5, 0, 0, 0}}, 5},
+      {{274, 16, 1, {5, 0, 0, 0, 0, 0, 0, 0}}, 5},
+      {{274, 16, 1, {5, 0, 0, 0, 1, 0, 0, 0}}, std::nullopt},
+      {{274, 9, 1, {0xFB, 0xFF, 0xFF, 0xFF}}, std::nullopt},
+      {n.shortEntry(274, 0), std::nullopt},
+      {n.shortEntry(274, 9), std::nullopt},
+      {n.shortEntry(274, 256), std::nullopt},
       {{274, 3, 2, {6, 0, 6, 0}}, std::nullopt},
       {TiffStructure::textEntry(274, "6"), std::nullopt},
-      {numbers.shortEntry(275, 6), std::nullopt},
+      {n.shortEntry(275, 6), std::nullopt},
   };
   for (const auto& c : cases) {
-    EXPECT_EQ(exifOrientation(TiffStructure(false).directory({c.entry}).bytes()), c.orientation)
-        << c.entry.type << " " << int{c.entry.value[0]};
+    EXPECT_EQ(summaryOf({c.entry}, false).orientation, c.orientation) << c.entry.type << " " << int{c.entry.value[0]};
   }
-  EXPECT_EQ(exifOrientation({}), std::nullopt);
+  const std::vector<Entry> repeated = {
+      {274, 99, 1, {0, 9}}, TiffStructure(true).shortEntry(274, 6), TiffStructure(true).shortEntry(274, 8)};
+  EXPECT_EQ(summaryOf(repeated).orientation, 6) << "the first readable one counts";
 }
 
 TEST(ExifResolution, IsInPixelsPerInch) {
-  const TiffStructure numbers(true);
-  const Entry x = numbers.rationalEntry(282, 300, 1);
-  const Entry y = numbers.rationalEntry(283, 1181, 10);
-  const auto resolution = [](const std::vector<Entry>& entries) {
-    return exifResolution(TiffStructure(true).directory(entries).bytes());
+  const TiffStructure n(true);
+  const Entry x = n.rationalEntry(282, 300, 1);
+  const Entry y = n.rationalEntry(283, 1181, 10);
+  EXPECT_EQ(summaryOf({x, y, n.shortEntry(296, 2)}).dpiWidth, 300.0);
+  EXPECT_EQ(summaryOf({x, y}).dpiHeight, 118.1) << "inch is the default";
+  EXPECT_NEAR(summaryOf({x, y, n.shortEntry(296, 3)}).dpiHeight.value(), 299.974, 1e-9);
+  EXPECT_EQ(summaryOf({n.shortEntry(282, 72)}).dpiWidth, 72.0);
+  EXPECT_EQ(summaryOf({{282, 11, 1, n.number(std::bit_cast<std::uint32_t>(96.0F), 4)}}).dpiWidth, 96.0);
+  EXPECT_EQ(summaryOf({x, y, n.shortEntry(296, 1)}).dpiWidth, std::nullopt);
+  EXPECT_EQ(summaryOf({x}).dpiHeight, std::nullopt);
+  EXPECT_EQ(summaryOf({n.rationalEntry(282, 72, 0)}).dpiWidth, std::nullopt);
+  EXPECT_EQ(summaryOf({n.rationalEntry(282, 0, 1)}).dpiWidth, std::nullopt);
+  EXPECT_EQ(summaryOf({{282, 10, 1, n.number(0xFFFFFFB800000001, 8)}}).dpiWidth, std::nullopt) << "-72";
+}
+
+TEST(IptcProperties, AreThereWithACompleteDataset) {
+  const struct {
+    Bytes iptc;
+    const char* keys;
+  } cases[] = {
+      {{0x1C, 2, 5, 0, 1, 'a'}, "{IPTC}"},
+      {{0x1C, 2, 5, 0, 1, 'a', 0, 0}, "{IPTC}"},
+      {{0x1C, 2, 120, 0x80, 4, 0, 0, 0, 3, 'c', 'a', 'p'}, "{IPTC}"},
+      {{}, ""},
+      {{0x1C, 2, 90, 0}, ""},
+      {{0x1C, 2, 90, 0, 2, 'x'}, ""},
+      {{0x1C, 2, 90, 0x80, 5, 0, 0, 0, 0, 1, 'x'}, ""},
+      {{0x1C, 2, 90, 0x80, 4, 0xFF, 0xFF, 0xFF, 0xFF, 'x'}, ""},
+      {{0x1D, 2, 90, 0, 1, 'x'}, ""},
   };
-  EXPECT_EQ(resolution({x, y, numbers.shortEntry(296, 2)}).dpiWidth, 300.0);
-  EXPECT_EQ(resolution({x, y}).dpiHeight, 118.1);  // inch is the default
-  EXPECT_NEAR(resolution({x, y, numbers.shortEntry(296, 3)}).dpiHeight.value(), 299.974, 1e-9);
-  EXPECT_EQ(resolution({x, y, numbers.shortEntry(296, 1)}).dpiWidth, std::nullopt);
-  EXPECT_EQ(resolution({x}).dpiHeight, std::nullopt);
-  EXPECT_EQ(resolution({numbers.rationalEntry(282, 72, 0)}).dpiWidth, std::nullopt);
-  EXPECT_EQ(resolution({numbers.rationalEntry(282, 0, 1)}).dpiWidth, std::nullopt);
+  for (const auto& c : cases) EXPECT_EQ(keysOf(propertiesOf({{}, {}, c.iptc})), c.keys);
+}
+
+TEST(PacketProperties, NameWhatOnlyThePacketHas) {
+  const auto packet = [](const std::string& property) {
+    return bytesOf("<x xmlns:exif='http://ns.adobe.com/exif/1.0/' xmlns:tiff='http://ns.adobe.com/tiff/1.0/' " +
+                   property + "/>");
+  };
+  const struct {
+    const char* property;
+    const char* keys;
+  } cases[] = {
+      {"exif:GPSLatitude='1'", "{GPS} {XMP}"},
+      {"tiff:Make='1'", "{TIFF} {TIFF}/Make {XMP}"},
+      {"tiff:Model='1'", "{TIFF} {TIFF}/Model {XMP}"},
+      {"exif:MakerNote='1'", "{Exif} {Exif}/MakerNote {XMP}"},
+      {"exif:FNumber='1'", "{XMP}"},
+  };
+  for (const auto& c : cases) EXPECT_EQ(keysOf(propertiesOf({{}, packet(c.property), {}})), c.keys);
+  EXPECT_EQ(keysOf(propertiesOf({{}, bytesOf("no XML"), {}})), "{XMP}");
+  EXPECT_EQ(keysOf(propertiesOf({{}, Bytes(), {}})), "");
+}
+
+TEST(PacketProperties, LeaveTheExifBlocksOwnDictionariesAsTheyAre) {
+  const Bytes block = TiffStructure(true).directory({TiffStructure::textEntry(271, "Maker Inc")}).bytes();
+  const Bytes packet = bytesOf("<x xmlns:tiff='http://ns.adobe.com/tiff/1.0/' tiff:Make='1' tiff:Model='1'/>");
+  EXPECT_EQ(keysOf(propertiesOf({block, packet, {}})), "{TIFF} {TIFF}/Make {TIFF}/Model {XMP}");
 }
 
 }  // namespace

@@ -96,9 +96,15 @@ TEST(ExifDirectories, AreEachReadOnceHoweverTheyPointAtEachOther) {
   const auto directories = readExifDirectories(structure.bytes());
   ASSERT_TRUE(directories);
   EXPECT_EQ(directories->first.entries.size(), 2U);
-  EXPECT_FALSE(directories->exif);
-  EXPECT_FALSE(directories->gps);
-  EXPECT_FALSE(directories->thumbnail);
+  EXPECT_TRUE(directories->exif.empty());
+  EXPECT_TRUE(directories->gps.empty());
+  EXPECT_TRUE(directories->thumbnails.empty());
+}
+
+std::vector<std::size_t> positionsOf(const std::vector<metadata::TiffDirectory>& directories) {
+  std::vector<std::size_t> positions;
+  for (const metadata::TiffDirectory& each : directories) positions.push_back(each.position);
+  return positions;
 }
 
 TEST(ExifDirectories, AreFoundThroughTheirPointers) {
@@ -113,12 +119,30 @@ TEST(ExifDirectories, AreFoundThroughTheirPointers) {
       .directory({})
       .directory({});
   const auto directories = readExifDirectories(structure.bytes());
-  ASSERT_TRUE(directories && directories->exif && directories->gps && directories->interoperability);
-  EXPECT_EQ(directories->exif->position, exif);
-  EXPECT_EQ(directories->gps->position, gps);
-  EXPECT_EQ(directories->interoperability->position, interoperability);
-  ASSERT_TRUE(directories->thumbnail);
-  EXPECT_EQ(directories->thumbnail->position, thumbnail);
+  ASSERT_TRUE(directories);
+  EXPECT_EQ(positionsOf(directories->exif), std::vector<std::size_t>{exif});
+  EXPECT_EQ(positionsOf(directories->gps), std::vector<std::size_t>{gps});
+  EXPECT_EQ(positionsOf(directories->interoperability), std::vector<std::size_t>{interoperability});
+  EXPECT_EQ(positionsOf(directories->thumbnails), std::vector<std::size_t>{thumbnail});
+}
+
+TEST(ExifDirectories, AreAllFoundUpToALimitWherePointersAreRepeated) {
+  TiffStructure structure(true);
+  std::vector<TiffStructure::Entry> first;
+  for (std::uint32_t i = 0; i < kMaximumExifDirectories + 2; ++i) first.push_back(structure.longEntry(0x8825, 0));
+  const std::uint32_t end = 8 + TiffStructure::sizeOf(first);
+  for (std::uint32_t i = 0; i < first.size(); ++i) first[i] = structure.longEntry(0x8825, end + 6 * i);
+  structure.directory(first);
+  for (std::size_t i = 0; i < first.size(); ++i) structure.directory({});
+  EXPECT_EQ(readExifDirectories(structure.bytes())->gps.size(), kMaximumExifDirectories);
+}
+
+TEST(ExifDirectories, AreNotFoundWhereALinkLeadsToSomethingElse) {
+  const TiffStructure n(true);
+  const std::uint32_t text = 8 + 2 + 12 + 4;
+  const Bytes block =
+      TiffStructure(true).directory({TiffStructure::textEntry(305, "\001\001 no directory")}, text).bytes();
+  EXPECT_TRUE(readExifDirectories(block)->thumbnails.empty());
 }
 
 TEST(ExifDirectories, NeedTheFirstOneInsideTheBlock) {

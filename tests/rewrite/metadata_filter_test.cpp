@@ -105,6 +105,24 @@ TEST(RemoveGPS, RemovesTheDictionaryAndNothingElse) {
   EXPECT_EQ(filtered(photo(), with(&MetadataPolicy::removeGPS)), expected);
 }
 
+TEST(FilteredProperties, AreMarkedWithWhatWasRemovedWhetherOrNotItWasThere) {
+  for (const PropertyDictionary& properties : {photo(), PropertyDictionary{}}) {
+    const auto none = filtered(properties, std::nullopt);
+    const auto gps = filtered(properties, with(&MetadataPolicy::removeGPS));
+    const auto xmp = filtered(properties, with(&MetadataPolicy::removeXMP));
+    const auto maker = filtered(properties, with(&MetadataPolicy::removeMakerMetadata));
+    for (const auto& [marked, expected] : {std::pair(&none, ""), {&gps, "{GPS}"}, {&xmp, "{XMP}"}}) {
+      for (const char* const key : {"{GPS}", "{XMP}"}) {
+        EXPECT_EQ((*marked)->wasRemoved(key), std::string_view(key) == expected) << key;
+      }
+    }
+    for (const auto& [group, key] : {std::pair("{TIFF}", "Make"), {"{TIFF}", "Model"}, {"{Exif}", "MakerNote"}}) {
+      EXPECT_TRUE(maker->wasRemoved(group, key)) << key;
+      EXPECT_FALSE(gps->wasRemoved(group, key)) << key;
+    }
+  }
+}
+
 TEST(RemoveGPS, ChangesNothingOfAnImageWithoutIt) {
   const PropertyDictionary plain = dictionary({{"Orientation", 1}});
   EXPECT_EQ(filtered(plain, with(&MetadataPolicy::removeGPS)), plain);

@@ -1,40 +1,46 @@
 #pragma once
 #include <optional>
+#include <stdexcept>
+#include <string>
 #include <string_view>
-#include <utility>
 
 #include "platform/metadata/metadata_properties.h"
+#include "platform/metadata/xmp_engine.h"
+#include "platform/module.h"
 
 namespace quellor::test_support {
 
-inline PropertyDictionary propertiesOf(const MetadataBlocks& blocks) {
+inline const XmpEngine& xmpEngine() {
+  const auto* const xmp = ModuleLoader{QUELLOR_MODULES}.open<XmpEngine>("xmp", kXmpEngineEntry);
+  if (xmp == nullptr) throw std::runtime_error("the XMP module is not there");
+  return *xmp;
+}
+
+inline PropertyDictionary exifProperties(ByteView exif) {
   PropertyDictionary properties;
-  addMetadataProperties(blocks, properties);
+  addExifProperties(exif, properties);
   return properties;
 }
 
-inline PropertyDictionary exifProperties(Bytes exif) { return propertiesOf({std::move(exif), {}, {}}); }
-
-/// The value under `key`, absent when there is none.
-inline std::optional<PropertyValue> valueOf(const PropertyDictionary& properties, std::string_view key) {
-  const PropertyValue* const value = properties.find(key);
-  if (value == nullptr) return std::nullopt;
-  return *value;
+inline PropertyDictionary propertiesOf(const MetadataBlocks& blocks) {
+  PropertyDictionary properties;
+  if (blocks.exif) addExifProperties(*blocks.exif, properties);
+  if (blocks.iptc) addIptcProperties(*blocks.iptc, properties);
+  if (blocks.xmp) addPacketProperties(*blocks.xmp, xmpEngine(), properties);
+  return properties;
 }
 
-/// The dictionary under `key`, absent when there is none.
-inline std::optional<PropertyDictionary> nested(const PropertyDictionary& properties, std::string_view key) {
-  const PropertyValue* const value = properties.find(key);
-  const auto* const dictionary = value == nullptr ? nullptr : value->as<PropertyDictionary>();
-  if (dictionary == nullptr) return std::nullopt;
-  return *dictionary;
-}
-
-/// The value under `key` in the dictionary under `group`, absent when there is none.
-inline std::optional<PropertyValue> valueOf(const PropertyDictionary& properties, std::string_view group,
-                                            std::string_view key) {
-  const auto dictionary = nested(properties, group);
-  return dictionary ? valueOf(*dictionary, key) : std::nullopt;
+/// The keys at the top level and, as "{group}/key", those inside of its dictionaries; separated by spaces.
+inline std::string keysOf(const PropertyDictionary& properties) {
+  std::string keys;
+  const auto add = [&keys](const std::string& key) { keys += (keys.empty() ? "" : " ") + key; };
+  for (const auto& [key, value] : properties.entries()) {
+    add(key);
+    const auto* const nested = value.as<PropertyDictionary>();
+    if (nested == nullptr) continue;
+    for (const auto& entry : nested->entries()) add(key + "/" + entry.first);
+  }
+  return keys;
 }
 
 }  // namespace quellor::test_support
