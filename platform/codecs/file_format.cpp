@@ -35,11 +35,9 @@ bool isHeif(ByteView head) {
   return false;
 }
 
-bool isTiff(ByteView head) {
-  // Classic TIFF (TIFF 6.0, section 2) and BigTIFF, little and big endian.
-  return startsWith(head, "II*\0"sv) || startsWith(head, "MM\0*"sv) || startsWith(head, "II+\0"sv) ||
-         startsWith(head, "MM\0+"sv);
-}
+/// Classic TIFF (TIFF 6.0, section 2), little and big endian. BigTIFF is left out: photos have no need of it, and what
+/// reads metadata would not find any in it.
+bool isTiff(ByteView head) { return startsWith(head, "II*\0"sv) || startsWith(head, "MM\0*"sv); }
 
 }  // namespace
 

@@ -2,19 +2,39 @@
 #include <cstddef>
 #include <cstdint>
 #include <optional>
-#include <vector>
+#include <unordered_set>
 
 #include "platform/bytes.h"
+#include "platform/metadata/tiff_directory.h"
 
 namespace quellor::tiff {
 
-/// The top-level directories of a TIFF file (TIFF 6.0, section 2) or of a BigTIFF file, as they lie in its bytes.
+/// Reads directories of a classic TIFF file (TIFF 6.0, section 2), each at most once and all together in time
+/// proportional to the file.
+class DirectoryReader {
+ public:
+  explicit DirectoryReader(const metadata::TiffBlock& file) : file_(file), entriesLeft_(file.bytes.size() / 12) {}
+
+  /// Absent when the directory leaves the file, has no entry or was read before, and when there are too many: more
+  /// than 2^20, or with more entries than the file has room for.
+  std::optional<metadata::TiffDirectory> read(std::uint32_t offset);
+
+  [[nodiscard]] const metadata::TiffBlock& file() const { return file_; }
+
+ private:
+  metadata::TiffBlock file_;
+  std::size_t entriesLeft_;
+  std::unordered_set<std::uint32_t> seen_;
+};
+
+/// The top-level directories of a classic TIFF file, as they lie in its bytes.
 ///
 /// The TIFF library converts and rounds the values that it hands out; what has to come byte for byte or with its
 /// full precision is read from here. Refers to the bytes that it was read from.
 class Directories {
  public:
-  /// Absent when the chain of directories is broken: one that leaves the file, has no entry or comes twice.
+  /// Absent when a directory of the chain cannot be read, and for a file whose first picture is not the one that the
+  /// file is for (platform/codecs/tiff_previews.h).
   static std::optional<Directories> read(ByteView file);
 
   /// How many directories there are, 1 or more: pages, and reduced copies and masks of them, but no subdirectories.
@@ -24,34 +44,18 @@ class Directories {
   /// no such entry, or when its value is empty or outside the file.
   [[nodiscard]] std::optional<ByteView> bytes(std::uint16_t tag) const;
 
-  /// The single SHORT or LONG of an entry of the first directory.
+  /// The single integer of an entry of the first directory.
   [[nodiscard]] std::optional<std::uint32_t> integer(std::uint16_t tag) const;
 
   /// The single RATIONAL of an entry of the first directory; absent when its denominator is zero.
   [[nodiscard]] std::optional<double> rational(std::uint16_t tag) const;
 
  private:
-  struct Entry {
-    std::uint16_t tag;
-    std::uint16_t type;
-    ByteView value;  // empty when it is outside the file
-  };
+  explicit Directories(const metadata::TiffBlock& file) : file_(file) {}
 
-  explicit Directories(ByteView file) : file_(file) {}
-  bool readHeader();
-  bool readChain();
-  void readEntries(std::uint64_t offset, std::uint64_t entryCount);
-  [[nodiscard]] Entry entryAt(std::uint64_t offset) const;
-  [[nodiscard]] const Entry* find(std::uint16_t tag) const;
-  [[nodiscard]] std::optional<std::uint64_t> numberAt(std::uint64_t offset, std::size_t size) const;
-  [[nodiscard]] std::uint64_t number(ByteView bytes) const;
-
-  ByteView file_;
-  bool bigEndian_ = false;
-  bool bigTiff_ = false;
-  std::uint64_t firstOffset_ = 0;
+  metadata::TiffBlock file_;
+  metadata::TiffDirectory first_;
   std::size_t count_ = 0;
-  std::vector<Entry> entries_;  // of the first directory
 };
 
 }  // namespace quellor::tiff

@@ -1,19 +1,27 @@
 #include "platform/codecs/tiff_layout.h"
 
+#include <algorithm>
+#include <array>
+
 #include "platform/codecs/codec.h"
 
 namespace quellor::tiff {
 namespace {
 
-/// The tag may be missing although it must not be; the number of samples then says what they are.
-std::uint16_t photometricOf(const TiffFile& file, std::uint16_t samples) {
-  const auto coded = file.field<std::uint16_t>(TIFFTAG_PHOTOMETRIC);
-  const std::uint16_t guessed = samples >= 3 ? PHOTOMETRIC_RGB : PHOTOMETRIC_MINISBLACK;
-  return coded.value_or(guessed);
+/// Compressions whose decoder gives every sample as it was coded and reports every loss. Old-style JPEG is none: its
+/// streams are put together by guesswork. Nor are those that raw formats and scientists use.
+bool isTrusted(std::uint16_t compression) {
+  constexpr std::array<std::uint16_t, 11> kTrusted = {
+      COMPRESSION_NONE, COMPRESSION_CCITTRLE, COMPRESSION_CCITTFAX3, COMPRESSION_CCITTFAX4,
+      COMPRESSION_LZW,  COMPRESSION_JPEG,     COMPRESSION_DEFLATE,   COMPRESSION_ADOBE_DEFLATE,
+      COMPRESSION_LZMA, COMPRESSION_ZSTD,     COMPRESSION_PACKBITS};
+  return std::find(kTrusted.begin(), kTrusted.end(), compression) != kTrusted.end();
 }
 
-ColorModel modelOf(std::uint16_t photometric) {
-  switch (photometric) {
+/// RGB for what is missing or unknown.
+ColorModel modelOf(std::optional<std::uint16_t> photometric) {
+  if (!photometric) return ColorModel::rgb;
+  switch (*photometric) {
     case PHOTOMETRIC_MINISWHITE:
     case PHOTOMETRIC_MINISBLACK:
     case PHOTOMETRIC_MASK:
@@ -37,6 +45,14 @@ void findAlpha(const TiffFile& file, Layout& layout) {
   }
 }
 
+/// Whether the inks are cyan, magenta, yellow and black and no others: one that is left out would change the picture.
+bool isPlainCmyk(const TiffFile& file, const Layout& layout) {
+  constexpr std::uint16_t kInks = 4;
+  if (file.fieldOrDefault<std::uint16_t>(TIFFTAG_INKSET) != INKSET_CMYK) return false;
+  if (file.field<std::uint16_t>(TIFFTAG_NUMBEROFINKS).value_or(kInks) != kInks) return false;
+  return layout.samples == kInks + (layout.alphaSample ? 1 : 0);
+}
+
 bool isExact(const TiffFile& file, std::uint16_t photometric, const Layout& layout) {
   if (layout.bits != 8 && layout.bits != 16) return false;
   const int colours = componentCount(layout.model);
@@ -49,23 +65,23 @@ bool isExact(const TiffFile& file, std::uint16_t photometric, const Layout& layo
       // Associated alpha multiplies towards white here, which no raster can say.
       return !layout.premultiplied;
     case PHOTOMETRIC_SEPARATED:
-      return file.fieldOrDefault<std::uint16_t>(TIFFTAG_INKSET) == INKSET_CMYK;
+      return isPlainCmyk(file, layout);
     default:
       return false;
   }
 }
 
+/// Left out on purpose: L*a*b*, which the library converts without regard to its white point; alpha of a palette image,
+/// which the library would drop without a word.
 bool isConvertible(std::uint16_t photometric, const Layout& layout) {
-  // The library would drop the alpha of a palette image without a word, and turn ink into light.
-  if (layout.alphaSample || layout.bits > 16) return false;
   switch (photometric) {
     case PHOTOMETRIC_MINISWHITE:
     case PHOTOMETRIC_MINISBLACK:
-      return layout.bits < 8;
+      return layout.samples == 1 && layout.bits < 8;
     case PHOTOMETRIC_PALETTE:
+      return layout.samples == 1 && layout.bits <= 8;
     case PHOTOMETRIC_YCBCR:
-    case PHOTOMETRIC_CIELAB:
-      return true;
+      return layout.samples == 3 && layout.bits == 8;
     default:
       return false;
   }
@@ -83,16 +99,17 @@ std::optional<Layout> layoutOf(const TiffFile& file) {
   layout.bits = file.fieldOrDefault<std::uint16_t>(TIFFTAG_BITSPERSAMPLE);
   layout.samples = file.fieldOrDefault<std::uint16_t>(TIFFTAG_SAMPLESPERPIXEL);
   layout.separate = file.fieldOrDefault<std::uint16_t>(TIFFTAG_PLANARCONFIG) == PLANARCONFIG_SEPARATE;
-  const std::uint16_t photometric = photometricOf(file, layout.samples);
+  const auto photometric = file.field<std::uint16_t>(TIFFTAG_PHOTOMETRIC);
   layout.model = modelOf(photometric);
   layout.minIsWhite = photometric == PHOTOMETRIC_MINISWHITE;
   findAlpha(file, layout);
 
   const auto format = file.fieldOrDefault<std::uint16_t>(TIFFTAG_SAMPLEFORMAT);
   if (format != SAMPLEFORMAT_UINT && format != SAMPLEFORMAT_VOID) return layout;
-  if (isExact(file, photometric, layout)) {
+  if (!photometric || !isTrusted(file.fieldOrDefault<std::uint16_t>(TIFFTAG_COMPRESSION))) return layout;
+  if (isExact(file, *photometric, layout)) {
     layout.way = Way::exact;
-  } else if (isConvertible(photometric, layout)) {
+  } else if (isConvertible(*photometric, layout)) {
     layout.way = Way::converted;
   }
   return layout;

@@ -10,8 +10,8 @@ namespace quellor::tiff {
 /// How the samples of a directory get into a raster.
 enum class Way : std::uint8_t {
   exact,      // grey, RGB or CMYK of 8 or 16 bits: as coded
-  converted,  // palettes, less than 8 bits, YCbCr, L*a*b*: by the library, to 8-bit grey or RGB
-  none,       // numbers that are no unsigned integers, more than 16 bits, unknown models
+  converted,  // palettes, grey of less than 8 bits, YCbCr: by the library, to 8-bit grey or RGB
+  none,       // everything else: it would come out wrong, or nobody knows whether it does
 };
 
 /// What the samples of a directory are and how they lie.

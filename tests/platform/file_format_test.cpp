@@ -25,8 +25,6 @@ TEST(FileFormat, IsRecognisedByTheFirstBytes) {
                {"\x89PNG\r\n\x1a\n", FileFormat::png},
                {"II*\0"s, FileFormat::tiff},
                {"MM\0*"s, FileFormat::tiff},
-               {"II+\0"s, FileFormat::tiff},
-               {"MM\0+"s, FileFormat::tiff},
                {"RIFF\x10\0\0\0WEBPVP8 "s, FileFormat::webp},
                {"GIF87a", FileFormat::gif},
                {"GIF89a", FileFormat::gif}};
@@ -38,6 +36,30 @@ TEST(FileFormat, IsUnknownForNearMisses) {
                                   "RIFF"s, "GIF88a"s, "BM"s, "%PDF"s, "{}"s, " \xff\xd8\xff"s}) {
     EXPECT_EQ(formatOf(head), std::nullopt) << head;
   }
+}
+
+TEST(FileFormat, IsUnknownForBigTiffAndRawFilesWithHeadersOfTheirOwn) {
+  const struct {
+    const char* what;
+    std::string head;
+  } cases[] = {{"BigTIFF", "II+\0\x08\0\0\0"s},
+               {"BigTIFF, big endian", "MM\0+\0\x08\0\0"s},
+               {"Olympus", "IIRO\x08\0\0\0"s},
+               {"Olympus, older", "IIRS\x08\0\0\0"s},
+               {"Olympus, big endian", "MMOR\0\0\0\x08"s},
+               {"Panasonic and Leica", "IIU\0\x18\0\0\0"s},
+               {"Canon, before TIFF", "II\x1a\0\0\0HEAPCCDR"s},
+               {"Canon, after TIFF",
+                "\0\0\0\x18"
+                "ftypcrx \0\0\0\x01"
+                "crx isom"s},
+               {"Minolta", "\0MRM"s},
+               {"Fujifilm", "FUJIFILMCCD-RAW "s},
+               {"Sigma", "FOVb\x02\0\x02\0"s},
+               {"Phase One, without TIFF", "IIIITwaR"s},
+               {"a camera profile", "IIRC\x08\0\0\0"s},
+               {"JPEG XR", "II\xbc\x01\x08\0\0\0"s}};
+  for (const auto& c : cases) EXPECT_EQ(formatOf(c.head), std::nullopt) << c.what;
 }
 
 TEST(FileFormat, OfAHeifFileIsToldByItsBrands) {

@@ -24,11 +24,9 @@ TEST_F(TiffCodec, CountsEveryTopLevelDirectory) {
   const TiffPage page = tiffPage(picture(kMinIsBlack, 1, 8, 3, 5));
   TiffPage reduced = page;
   reduced.set({254, TiffType::longInteger, {1}});
-  for (const bool bigTiff : {false, true}) {
-    for (const bool bigEndian : {false, true}) {
-      const TiffForm form{bigEndian, bigTiff, false};
-      EXPECT_EQ(describe(tiffFile({page, reduced, page}, form)).value().imageCount, 3U);
-    }
+  for (const bool bigEndian : {false, true}) {
+    const TiffForm form{.bigEndian = bigEndian};
+    EXPECT_EQ(describe(tiffFile({page, reduced, page}, form)).value().imageCount, 3U);
   }
   EXPECT_EQ(describe(tiffFile(std::vector<TiffPage>(300, page))).value().imageCount, 300U);
 }
@@ -67,6 +65,16 @@ TEST_F(TiffCodec, RefusesBrokenHeaders) {
   }
   EXPECT_FALSE(describe({}));
   EXPECT_FALSE(describe({'I', 'I', 42, 0, 0, 0, 0, 0}));
+}
+
+TEST_F(TiffCodec, RefusesBigTiff) {
+  const TiffPage page = tiffPage(picture(kMinIsBlack, 1, 8, 3, 5));
+  for (const bool bigEndian : {false, true}) {
+    ASSERT_TRUE(describe(tiffFile({page}, {.bigEndian = bigEndian})));
+    const Bytes file = tiffFile({page}, {.bigEndian = bigEndian, .bigTiff = true});
+    EXPECT_FALSE(describe(file));
+    EXPECT_FALSE(decode(file));
+  }
 }
 
 TEST_F(TiffCodec, ReportsTheOrientationAndNeverAppliesIt) {
@@ -109,7 +117,7 @@ TEST_F(TiffCodec, GivesTheResolutionInPixelsPerInch) {
     page.set({283, TiffType::rational, {row.numerator * 2, row.denominator}});
     if (row.unit != 0) page.set({296, TiffType::shortInteger, {row.unit}});
     for (const bool bigEndian : {false, true}) {
-      const auto facts = describe(tiffFile({page}, {bigEndian, false, false}));
+      const auto facts = describe(tiffFile({page}, {.bigEndian = bigEndian}));
       ASSERT_TRUE(facts);
       if (row.expected) {
         EXPECT_THAT(facts->dpiWidth, Optional(testing::DoubleNear(*row.expected, 1e-9)));
@@ -131,14 +139,12 @@ TEST_F(TiffCodec, HandsOutTheBlocksByteForByte) {
   TiffPage page = tiffPage(picture(kMinIsBlack, 1, 8, 3, 5));
   page.set({700, TiffType::byte, numbers(xmp)}).set({33723, TiffType::undefined, numbers(iptc)});
   page.set({34675, TiffType::undefined, numbers(icc)});
-  for (const bool bigTiff : {false, true}) {
-    for (const bool bigEndian : {false, true}) {
-      const auto facts = describe(tiffFile({page}, {bigEndian, bigTiff, false}));
-      ASSERT_TRUE(facts);
-      EXPECT_EQ(facts->iccProfile, icc);
-      EXPECT_EQ(facts->metadata.xmp, xmp);
-      EXPECT_EQ(facts->metadata.iptc, iptc);
-    }
+  for (const bool bigEndian : {false, true}) {
+    const auto facts = describe(tiffFile({page}, {.bigEndian = bigEndian}));
+    ASSERT_TRUE(facts);
+    EXPECT_EQ(facts->iccProfile, icc);
+    EXPECT_EQ(facts->metadata.xmp, xmp);
+    EXPECT_EQ(facts->metadata.iptc, iptc);
   }
 }
 
@@ -150,7 +156,7 @@ TEST_F(TiffCodec, ReadsIptcDeclaredAs32BitNumbersInEitherByteOrder) {
     for (const bool bigEndian : {false, true}) {
       TiffPage page = tiffPage(picture(kMinIsBlack, 1, 8, 3, 5));
       page.set({33723, TiffType::longInteger, values});
-      const auto facts = describe(tiffFile({page}, {bigEndian, false, false}));
+      const auto facts = describe(tiffFile({page}, {.bigEndian = bigEndian}));
       ASSERT_TRUE(facts);
       EXPECT_EQ(facts->metadata.iptc, iptc);
     }

@@ -45,7 +45,7 @@ class Writer {
       for (TiffPage& page : pages) placeChunks(page, file_.size(), true);
     } else {
       // The directories keep their size whatever the numbers are: a first round tells where they end.
-      Writer trial({form_.bigEndian, form_.bigTiff, false});
+      Writer trial({form_.bigEndian, form_.bigTiff, false, form_.behindHeader});
       std::vector<TiffPage> bare = pages;
       for (TiffPage& page : bare) {
         for (Bytes& chunk : page.chunks) chunk.clear();
@@ -53,7 +53,11 @@ class Writer {
       std::size_t offset = trial.write(std::move(bare)).size();
       for (TiffPage& page : pages) offset = placeChunks(page, offset, false);
     }
-    for (const TiffPage& page : pages) writeDirectory(page);
+    for (TiffPage& page : pages) {
+      writeSubdirectories(page);
+      putAt(nextPointer_, file_.size() + sizeOfValuesOf(page));
+      writeDirectory(page);
+    }
     if (form_.samplesLast) {
       for (const TiffPage& page : pages) writeChunks(page);
     }
@@ -77,6 +81,31 @@ class Writer {
     if (form_.bigTiff) put(8, 2), put(0, 2);
     nextPointer_ = file_.size();
     put(0, offsetSize());
+    file_.insert(file_.end(), form_.behindHeader.begin(), form_.behindHeader.end());
+  }
+
+  void writeSubdirectories(TiffPage& page) {
+    if (page.subdirectories.empty()) return;
+    TiffEntry pointers{330, TiffType::longInteger, {}};
+    for (TiffPage& below : page.subdirectories) {
+      writeSubdirectories(below);
+      placeChunks(below, file_.size(), true);
+      pointers.values.push_back(static_cast<std::uint32_t>(file_.size() + sizeOfValuesOf(below)));
+      const std::size_t nextPointer = nextPointer_;
+      writeDirectory(below);
+      nextPointer_ = nextPointer;
+    }
+    page.set(std::move(pointers));
+  }
+
+  /// Bytes that stand before the directory itself.
+  [[nodiscard]] std::size_t sizeOfValuesOf(const TiffPage& page) const {
+    std::size_t size = 0;
+    for (const TiffEntry& entry : page.entries) {
+      const std::size_t bytes = valueBytes(entry, form_.bigEndian).size();
+      if (bytes > offsetSize()) size += bytes;
+    }
+    return size;
   }
 
   std::size_t placeChunks(TiffPage& page, std::size_t offset, bool now) {
@@ -110,7 +139,6 @@ class Writer {
       bytes.resize(offsetSize());
       fields.emplace_back(std::move(bytes), count);
     }
-    putAt(nextPointer_, file_.size());
     put(fields.size(), form_.bigTiff ? 8 : 2);
     for (std::size_t i = 0; i < fields.size(); ++i) {
       put(page.entries[i].tag, 2);
@@ -139,20 +167,21 @@ Bytes chunkOf(const TiffPicture& picture, const Rectangle& area, std::uint16_t f
               bool bigEndian) {
   Bytes chunk;
   for (std::uint32_t y = area.top; y < area.top + area.height; ++y) {
-    unsigned pending = 0;
+    std::uint64_t pending = 0;
     unsigned pendingBits = 0;
     for (std::uint32_t x = area.left; x < area.left + area.width; ++x) {
       for (std::uint32_t s = firstSample; s < firstSample + std::uint32_t{sampleCount}; ++s) {
         const bool inside = x < picture.width && y < picture.height;
         const std::size_t index = (std::size_t{y} * picture.width + x) * picture.samples + s;
         const std::uint32_t value = inside ? picture.values.at(index) : 0;
-        if (picture.bits >= 8) {
+        if (picture.bits % 8 == 0) {
           append(chunk, value, picture.bits / 8U, bigEndian);
           continue;
         }
         pending = pending << picture.bits | value;
-        pendingBits += picture.bits;
-        if (pendingBits == 8) chunk.push_back(static_cast<std::uint8_t>(pending)), pending = pendingBits = 0;
+        for (pendingBits += picture.bits; pendingBits >= 8; pendingBits -= 8) {
+          chunk.push_back(static_cast<std::uint8_t>(pending >> (pendingBits - 8)));
+        }
       }
     }
     if (pendingBits != 0) chunk.push_back(static_cast<std::uint8_t>(pending << (8 - pendingBits)));

@@ -26,6 +26,7 @@ struct TiffPage {
   std::vector<TiffEntry> entries;  // without the places of the chunks
   std::vector<Bytes> chunks;       // strips or tiles
   bool tiled = false;
+  std::vector<TiffPage> subdirectories;  // what the SubIFDs entry (330) points to
 
   /// Adds an entry or replaces the one with the same tag.
   TiffPage& set(TiffEntry entry);
@@ -34,7 +35,8 @@ struct TiffPage {
 struct TiffForm {
   bool bigEndian = false;
   bool bigTiff = false;
-  bool samplesLast = false;  // the chunks stand behind the directories instead of before them
+  bool samplesLast = false;  // the chunks stand behind the directories instead of before them, without subdirectories
+  Bytes behindHeader = {};   // what stands between the header and everything else
 };
 
 /// A file of these pages.
@@ -44,7 +46,7 @@ Bytes tiffFile(std::vector<TiffPage> pages, TiffForm form = {});
 struct TiffPicture {
   std::uint32_t width = 1;
   std::uint32_t height = 1;
-  std::uint16_t bits = 8;  // 1, 2, 4, 8, 16 or 32
+  std::uint16_t bits = 8;  // 1 to 32; rows begin on whole bytes
   std::uint16_t samples = 1;
   std::uint16_t photometric = 1;
   std::vector<std::uint32_t> extraSamples;
