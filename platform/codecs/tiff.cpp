@@ -47,7 +47,7 @@ std::optional<EncodedFacts> describeFile(ByteView file) {
   if (!directories) return std::nullopt;
   const tiff::TiffFile opened(file);
   if (!opened.isOpen()) return std::nullopt;
-  const auto layout = tiff::layoutOf(opened);
+  const auto layout = tiff::layoutOf(opened, *directories);
   if (!layout) return std::nullopt;
 
   EncodedFacts facts;
@@ -69,10 +69,11 @@ std::optional<EncodedFacts> describeFile(ByteView file) {
 }
 
 std::optional<Raster> decodeFile(ByteView file) {
-  if (!tiff::Directories::read(file)) return std::nullopt;
+  const auto directories = tiff::Directories::read(file);
+  if (!directories) return std::nullopt;
   tiff::TiffFile opened(file);
   if (!opened.isOpen()) return std::nullopt;
-  const auto layout = tiff::layoutOf(opened);
+  const auto layout = tiff::layoutOf(opened, *directories);
   if (!layout) return std::nullopt;
   return tiff::decodeDirectory(opened, *layout);
 }

@@ -8,6 +8,14 @@
 namespace quellor::tiff {
 namespace {
 
+/// The colour model as coded. Absent when there is none, and when the library makes do with another one: it takes a
+/// palette image without its colours for a grey one.
+std::optional<std::uint16_t> photometricOf(const TiffFile& file, const Directories& directories) {
+  const auto coded = directories.integer(TIFFTAG_PHOTOMETRIC);
+  const auto taken = file.field<std::uint16_t>(TIFFTAG_PHOTOMETRIC);
+  return coded == taken ? taken : std::nullopt;
+}
+
 /// Compressions whose decoder gives every sample as it was coded and reports every loss. Old-style JPEG is none: its
 /// streams are put together by guesswork. Nor are those that raw formats and scientists use.
 bool isTrusted(std::uint16_t compression) {
@@ -89,7 +97,7 @@ bool isConvertible(std::uint16_t photometric, const Layout& layout) {
 
 }  // namespace
 
-std::optional<Layout> layoutOf(const TiffFile& file) {
+std::optional<Layout> layoutOf(const TiffFile& file, const Directories& directories) {
   Layout layout;
   layout.width = file.field<std::uint32_t>(TIFFTAG_IMAGEWIDTH).value_or(0);
   layout.height = file.field<std::uint32_t>(TIFFTAG_IMAGELENGTH).value_or(0);
@@ -99,7 +107,7 @@ std::optional<Layout> layoutOf(const TiffFile& file) {
   layout.bits = file.fieldOrDefault<std::uint16_t>(TIFFTAG_BITSPERSAMPLE);
   layout.samples = file.fieldOrDefault<std::uint16_t>(TIFFTAG_SAMPLESPERPIXEL);
   layout.separate = file.fieldOrDefault<std::uint16_t>(TIFFTAG_PLANARCONFIG) == PLANARCONFIG_SEPARATE;
-  const auto photometric = file.field<std::uint16_t>(TIFFTAG_PHOTOMETRIC);
+  const auto photometric = photometricOf(file, directories);
   layout.model = modelOf(photometric);
   layout.minIsWhite = photometric == PHOTOMETRIC_MINISWHITE;
   findAlpha(file, layout);

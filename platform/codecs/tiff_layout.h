@@ -2,6 +2,7 @@
 #include <cstdint>
 #include <optional>
 
+#include "platform/codecs/tiff_directories.h"
 #include "platform/codecs/tiff_file.h"
 #include "platform/color_space.h"
 
@@ -28,10 +29,10 @@ struct Layout {
   Way way = Way::none;
 };
 
-/// The layout of the current directory; absent when it has no usable size.
+/// The layout of the first directory, which is the file's current one; absent when it has no usable size.
 ///
 /// Alpha is the first extra sample that is declared as alpha, associated or unassociated (TIFF 6.0, section 18).
 /// Other extra samples, and those of no declared meaning, are no part of the picture.
-std::optional<Layout> layoutOf(const TiffFile& file);
+std::optional<Layout> layoutOf(const TiffFile& file, const Directories& directories);
 
 }  // namespace quellor::tiff

@@ -172,10 +172,12 @@ constexpr std::uint16_t kLzw = 5;
 constexpr std::uint16_t kJpeg = 7;
 constexpr std::uint16_t kDeflate = 8;
 constexpr std::uint16_t kPackBits = 32773;
+constexpr std::uint16_t kLzma = 34925;
+constexpr std::uint16_t kZstd = 50000;
 constexpr std::uint16_t kGroup4 = 4;
 
 TEST_F(TiffCodec, DecodesLosslessCompressionExactly) {
-  for (const std::uint16_t compression : {kLzw, kDeflate, kPackBits}) {
+  for (const std::uint16_t compression : {kLzw, kDeflate, kPackBits, kLzma, kZstd}) {
     for (const Size& size : kSizes) {
       const TiffPicture source = picture(kRgb, 3, 8, size.width, size.height);
       const auto raster = decode(tiffFile({test_support::compressedTiffPage(source, compression)}));
@@ -222,10 +224,13 @@ TEST_F(TiffCodec, RefusesACompressedStripThatEndsEarly) {
   struct Row {
     TiffPicture source;
     std::uint16_t compression;
+    std::size_t tail = 12;  // bytes at the end of a strip without which the samples are still all there
   };
   const Row rows[] = {{picture(kRgb, 3, 8, 33, 40), kLzw},
                       {picture(kRgb, 3, 8, 33, 40), kDeflate},
                       {picture(kRgb, 3, 8, 33, 40), kPackBits},
+                      {picture(kRgb, 3, 8, 33, 40), kLzma, 40 /* checksum, index and footer of an .xz stream */},
+                      {picture(kRgb, 3, 8, 33, 40), kZstd},
                       {smoothPicture(kYCbCr), kJpeg},
                       {smoothPicture(kRgb), kJpeg},
                       {picture(kMinIsWhite, 1, 1, 33, 40), kGroup4}};
@@ -233,7 +238,7 @@ TEST_F(TiffCodec, RefusesACompressedStripThatEndsEarly) {
     const TiffPage page = test_support::compressedTiffPage(row.source, row.compression);
     ASSERT_TRUE(decode(tiffFile({page}))) << row.compression;
     const std::size_t size = page.chunks[0].size();
-    for (std::size_t kept = 0; kept + 12 < size; kept += std::max<std::size_t>(1, size / 40)) {
+    for (std::size_t kept = 0; kept + row.tail < size; kept += std::max<std::size_t>(1, size / 40)) {
       TiffPage cut = page;
       cut.chunks[0].resize(kept);
       EXPECT_FALSE(decode(tiffFile({cut}))) << "compression " << row.compression << ", " << kept << " of " << size;
