@@ -2,6 +2,7 @@
 
 #include "platform/codecs/big_endian.h"
 #include "platform/codecs/codec_module.h"
+#include "platform/codecs/exif_prefix.h"
 #include "platform/codecs/png_decode.h"
 #include "platform/codecs/png_session.h"
 #include "platform/codecs/png_text.h"
@@ -51,11 +52,15 @@ void readCodePoints(Session& session, EncodedFacts& facts) {
   }
 }
 
+/// The eXIf chunks come as unknown ones, too: the library drops one with a prefix.
 void readExif(Session& session, EncodedFacts& facts) {
-  png_uint_32 size = 0;
-  png_bytep exif = nullptr;
-  if (png_get_eXIf_1(session.png(), session.info(), &size, &exif) == 0 || size == 0) return;
-  facts.metadata.exif = Bytes(exif, exif + size);
+  png_unknown_chunkp chunks = nullptr;
+  const int count = png_get_unknown_chunks(session.png(), session.info(), &chunks);
+  for (int i = 0; i < count && !facts.metadata.exif; ++i) {
+    if (!startsWith(ByteView(chunks[i].name, 4), "eXIf")) continue;
+    const auto block = withoutExifPrefix({chunks[i].data, chunks[i].size});
+    if (block) facts.metadata.exif = copyOf(*block);
+  }
 }
 
 std::string_view textOf(const png_text& text) {
@@ -98,6 +103,7 @@ std::optional<EncodedFacts> describeFile(ByteView file) {
   png_infop info = session.info();
   const unsigned colorType = png_get_color_type(png, info);
   EncodedFacts facts;
+  facts.imageCount = session.imageCount();
   facts.width = png_get_image_width(png, info);
   facts.height = png_get_image_height(png, info);
   facts.bitsPerComponent = png_get_bit_depth(png, info) == 16 ? 16 : 8;

@@ -14,6 +14,7 @@ using namespace std::string_view_literals;
 constexpr auto kSignature = "\x89PNG\r\n\x1A\n"sv;
 constexpr std::size_t kLengthAndType = 8;
 constexpr std::size_t kChecksum = 4;
+constexpr std::size_t kFrameControlSize = 26;
 
 /// The end chunk is the same in every file (PNG, third edition, 11.2.5).
 constexpr auto kEnd = "\0\0\0\0IEND\xAE\x42\x60\x82"sv;
@@ -32,6 +33,7 @@ std::optional<FileParts> splitAtImageData(ByteView file) {
   std::size_t offset = kSignature.size();
   FileParts parts;
   std::size_t dataEnd = 0;
+  bool animated = false;
   while (file.size() - offset >= kLengthAndType + kChecksum) {
     const ByteView type = file.subspan(offset + 4, 4);
     const std::size_t length = bigEndian32(file, offset);
@@ -46,6 +48,10 @@ std::optional<FileParts> splitAtImageData(ByteView file) {
       return parts;
     } else if (dataEnd != 0 && mayFollowImageData(type)) {
       parts.behind.push_back(file.subspan(offset, end - offset));
+    } else if (startsWith(type, "acTL")) {
+      animated = animated || dataEnd == 0;
+    } else if (animated && dataEnd != 0 && startsWith(type, "fcTL") && length == kFrameControlSize) {
+      ++parts.imageCount;
     }
     offset = end;
   }

@@ -17,8 +17,8 @@ constexpr png_uint_32 kMaximumStoredChunks = 128;
 constexpr png_uint_32 kMaximumSide = 0x7FFFFFFF;
 
 /// Chunks that the library hands out as they are.
-constexpr png_byte kRawChunks[] = {'c', 'I', 'C', 'P', 0};
-constexpr int kRawChunkCount = 1;
+constexpr png_byte kRawChunks[] = {'c', 'I', 'C', 'P', 0, 'e', 'X', 'I', 'f', 0};
+constexpr int kRawChunkCount = 2;
 
 /// An empty IDAT chunk, before which the library stops to read. It has no way to pass over image data, so what stands
 /// behind that is given to it earlier.
@@ -59,6 +59,7 @@ bool Session::selectParts(ByteView file) {
   }
   const auto split = splitAtImageData(file);
   if (!split) return false;
+  imageCount_ = split->imageCount;
   parts_ = {split->before};
   parts_.insert(parts_.end(), split->behind.begin(), split->behind.end());
   parts_.emplace_back(kEmptyImageData);

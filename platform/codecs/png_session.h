@@ -27,6 +27,9 @@ class Session {
   /// false the session is of no use; otherwise png() and info() are valid.
   bool readHeader(ByteView file);
 
+  /// Of a session for facts whose header was read: the image and the frames of an animation.
+  [[nodiscard]] std::size_t imageCount() const { return imageCount_; }
+
   [[nodiscard]] png_structp png() { return png_; }
   [[nodiscard]] png_infop info() { return info_; }
 
@@ -52,6 +55,7 @@ class Session {
 
   Purpose purpose_;
   std::vector<ByteView> parts_;  // what is still to be read
+  std::size_t imageCount_ = 1;
   png_structp png_ = nullptr;
   png_infop info_ = nullptr;
   std::jmp_buf escape_{};

@@ -6,6 +6,7 @@
 #include <optional>
 
 #include "platform/codecs/big_endian.h"
+#include "platform/codecs/exif_prefix.h"
 #include "platform/codecs/photoshop_resources.h"
 
 namespace quellor::png {
@@ -15,7 +16,6 @@ using namespace std::string_view_literals;
 
 constexpr auto kXmpKeyword = "XML:com.adobe.xmp"sv;
 constexpr auto kRawProfile = "Raw profile type "sv;
-constexpr auto kExifPrefix = "Exif\0\0"sv;
 constexpr auto kXmpPrefix = "http://ns.adobe.com/xap/1.0/\0"sv;
 
 constexpr std::array kRegistered{"Title"sv,         "Author"sv,   "Description"sv, "Copyright"sv,
@@ -68,14 +68,12 @@ void readRawProfile(std::string_view type, std::string_view text, MetadataBlocks
   if (type != "exif"sv && type != "APP1"sv && type != "xmp"sv && type != "iptc"sv && type != "8bim"sv) return;
   const Bytes profile = decodeRawProfile(text);
   const ByteView bytes = profile;
-  if (startsWith(bytes, kExifPrefix)) {
-    keepFirst(metadata.exif, bytes.subspan(kExifPrefix.size()));
+  if (const auto exif = withoutExifPrefix(bytes)) {
+    keepFirst(metadata.exif, *exif);
   } else if (startsWith(bytes, kXmpPrefix)) {
     keepFirst(metadata.xmp, bytes.subspan(kXmpPrefix.size()));
   } else if (type == "xmp"sv) {
     keepFirst(metadata.xmp, bytes);
-  } else if (type == "exif"sv && (startsWith(bytes, "II*\0"sv) || startsWith(bytes, "MM\0*"sv))) {
-    keepFirst(metadata.exif, bytes);
   } else if (const auto iptc = iptcInResources(bytes)) {
     keepFirst(metadata.iptc, *iptc);
   } else if (type == "iptc"sv && startsWith(bytes, "\x1c"sv)) {

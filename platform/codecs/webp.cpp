@@ -1,13 +1,13 @@
 #include <algorithm>
 #include <cstdint>
 #include <memory>
-#include <string_view>
 
 #include <webp/decode.h>
 #include <webp/demux.h>
 
 #include "platform/codecs/big_endian.h"
 #include "platform/codecs/codec_module.h"
+#include "platform/codecs/exif_prefix.h"
 #include "platform/codecs/sample_memory.h"
 
 namespace quellor {
@@ -86,14 +86,10 @@ std::optional<Bytes> chunk(const WebPDemuxer* demuxer, const char* fourCc) {
   return copyOf(view);
 }
 
-/// The chunk holds the TIFF structure itself; some writers put the prefix in front that JPEG needs.
 std::optional<Bytes> exifBlock(const WebPDemuxer* demuxer) {
-  constexpr std::string_view kPrefix("Exif\0\0", 6);
-  std::optional<Bytes> block = chunk(demuxer, "EXIF");
-  if (!block) return std::nullopt;
-  if (startsWith(*block, kPrefix)) block->erase(block->begin(), block->begin() + kPrefix.size());
-  const bool isTiff = block->size() >= 8 && (*block)[0] == (*block)[1] && ((*block)[0] == 'I' || (*block)[0] == 'M');
-  return isTiff ? std::move(block) : std::nullopt;
+  const std::optional<Bytes> stored = chunk(demuxer, "EXIF");
+  const auto block = stored ? withoutExifPrefix(*stored) : std::nullopt;
+  return block ? std::optional(copyOf(*block)) : std::nullopt;
 }
 
 std::optional<EncodedFacts> describeFile(ByteView file) {

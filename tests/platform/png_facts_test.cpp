@@ -134,6 +134,29 @@ TEST(PngCodec, FindsExifBeforeAndBehindTheImageData) {
   EXPECT_EQ(codec().describe(encodePng(spec)).value().metadata.exif, exif);
 }
 
+TEST(PngCodec, DropsThePrefixThatSomePutBeforeExif) {
+  const std::string prefix = "Exif\0\0"s;
+  const std::string little = "II*\0\x08\0\0\0\0\0"s;
+  const std::string big = "MM\0*\0\0\0\x08\0\0"s;
+  const auto exifOf = [](const std::vector<std::string>& chunks) {
+    PngSpec spec = plainPng();
+    for (const std::string& chunk : chunks) spec.chunksBeforeData.push_back({"eXIf", bytesOf(chunk)});
+    return codec().describe(encodePng(spec)).value().metadata.exif;
+  };
+  for (const std::string& block : {little, big}) {
+    EXPECT_EQ(exifOf({block}), bytesOf(block));
+    EXPECT_EQ(exifOf({prefix + block}), bytesOf(block));
+    EXPECT_FALSE(exifOf({prefix + prefix + block})) << "two prefixes";
+    EXPECT_FALSE(exifOf({"Exif\0"s + block})) << "half a prefix";
+    EXPECT_FALSE(exifOf({"\0"s + block}));
+  }
+  EXPECT_FALSE(exifOf({""}));
+  EXPECT_FALSE(exifOf({prefix}));
+  EXPECT_FALSE(exifOf({"II+\0\x08\0\0\0"s}));
+  EXPECT_EQ(exifOf({prefix + big, little}), bytesOf(big)) << "the first one";
+  EXPECT_EQ(exifOf({prefix + prefix + big, little}), bytesOf(little)) << "the first one that is one";
+}
+
 TEST(PngCodec, FindsTheXmpPacketPlainOrCompressed) {
   for (const auto kind : {PngText::Kind::utf8, PngText::Kind::utf8Compressed}) {
     PngSpec spec = plainPng();
@@ -154,6 +177,8 @@ TEST(PngCodec, ReadsRawProfilesInHexadecimal) {
   EXPECT_EQ(metadataOf("APP1", "\ngeneric profile\n10\n4578696600004D4D002A").exif, std::nullopt)
       << "a name of two words";
   EXPECT_EQ(metadataOf("APP1", "\nAPP1\n10\n4578696600004D4D002A").exif, bytesOf("MM\0*"s));
+  EXPECT_EQ(metadataOf("exif", "\nexif\n4\n4d4d002a").exif, bytesOf("MM\0*"s)) << "no prefix";
+  EXPECT_FALSE(metadataOf("exif", "\nexif\n16\n4578696600004578696600004d4d002a").exif) << "two prefixes";
   EXPECT_EQ(metadataOf("xmp", "\nxmp\n       4\n3c782f3e\n").xmp, bytesOf("<x/>"));
   EXPECT_EQ(metadataOf("iptc", "\niptc\n14\n3842494d0404000000000002\n1c02\n").iptc, bytesOf("\x1C\x02"));
   EXPECT_EQ(metadataOf("iptc", "\niptc\n2\n1c02\n").iptc, bytesOf("\x1C\x02"));

@@ -111,6 +111,10 @@ std::uint32_t checksumOf(ByteView bytes) {
   return ~crc;
 }
 
+void appendNumber(Bytes& data, std::uint32_t number) {
+  for (int shift = 24; shift >= 0; shift -= 8) data.push_back(static_cast<std::uint8_t>(number >> shift));
+}
+
 std::uint32_t numberAt(ByteView file, std::size_t offset) {
   return std::uint32_t{file[offset]} << 24 | std::uint32_t{file[offset + 1]} << 16 |
          std::uint32_t{file[offset + 2]} << 8 | file[offset + 3];
@@ -141,6 +145,25 @@ PngSpec plainPng() {
   PngSpec spec;
   spec.sample = [](auto x, auto y, auto component) { return (x * 40 + y * 10 + component) % 256; };
   return spec;
+}
+
+PngChunk animationControl(std::uint32_t frames) {
+  Bytes data;
+  for (const std::uint32_t number : {frames, 0U}) appendNumber(data, number);
+  return {"acTL", data};
+}
+
+PngChunk frameControl(std::uint32_t sequenceNumber) {
+  Bytes data;
+  for (const std::uint32_t number : {sequenceNumber, 1U, 1U, 0U, 0U}) appendNumber(data, number);
+  data.insert(data.end(), {0, 1, 0, 10, 0, 0});  // a tenth of a second, no disposal, no blending
+  return {"fcTL", data};
+}
+
+PngChunk frameData(std::uint32_t sequenceNumber) {
+  Bytes data;
+  for (const std::uint32_t number : {sequenceNumber, 0U}) appendNumber(data, number);
+  return {"fdAT", data};
 }
 
 std::vector<PngPlace> pngChunks(ByteView file) {

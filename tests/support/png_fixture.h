@@ -48,6 +48,11 @@ Bytes encodePng(const PngSpec& spec);
 /// Nothing special: RGB of 8 bits, no two neighbours the same.
 PngSpec plainPng();
 
+// Chunks of an animation (PNG, third edition, 11.3.6). The frame is one pixel, and its data is not compressed data.
+PngChunk animationControl(std::uint32_t frames);
+PngChunk frameControl(std::uint32_t sequenceNumber);
+PngChunk frameData(std::uint32_t sequenceNumber);
+
 /// Where a chunk stands in a file: `offset` of its length field, and the length of its data.
 struct PngPlace {
   std::string type;
