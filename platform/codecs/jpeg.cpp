@@ -4,6 +4,7 @@
 #include "platform/codecs/codec_module.h"
 #include "platform/codecs/jpeg_decode.h"
 #include "platform/codecs/jpeg_markers.h"
+#include "platform/codecs/jpeg_multi_picture.h"
 #include "platform/codecs/jpeg_session.h"
 
 namespace quellor::jpeg {
@@ -39,6 +40,7 @@ std::optional<EncodedFacts> describeFile(ByteView file) {
   facts.height = session.info().image_height;
   facts.colorModel = colorModelOf(*model);
   ApplicationSegments segments = readApplicationSegments(file);
+  if (segments.multiPicture) facts.imageCount = countPictures(file, *segments.multiPicture);
   facts.iccProfile = std::move(segments.iccProfile);
   facts.metadata = std::move(segments.metadata);
   if (segments.jfif) {

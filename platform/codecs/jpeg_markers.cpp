@@ -4,6 +4,8 @@
 #include <vector>
 
 #include "platform/codecs/big_endian.h"
+#include "platform/codecs/exif_prefix.h"
+#include "platform/codecs/jpeg_segments.h"
 #include "platform/codecs/photoshop_resources.h"
 
 namespace quellor::jpeg {
@@ -11,61 +13,14 @@ namespace {
 
 using namespace std::string_view_literals;
 
-// Marker codes: ITU-T T.81, table B.1.
-constexpr std::uint8_t kStartOfImage = 0xD8;
-constexpr std::uint8_t kEndOfImage = 0xD9;
-constexpr std::uint8_t kStartOfScan = 0xDA;
-constexpr std::uint8_t kApp0 = 0xE0;
-constexpr std::uint8_t kApp1 = 0xE1;
-constexpr std::uint8_t kApp2 = 0xE2;
-constexpr std::uint8_t kApp13 = 0xED;
-
-// What the segments begin with: T.871 10.1; Exif 2.32 4.7.2; XMP part 3, 1.1.3; ICC.1:2010 B.4.
+// What the segments begin with: T.871 10.1; Exif 2.32 4.7.2; XMP part 3, 1.1.3; ICC.1:2010 B.4; CIPA DC-007
+// 5.2.1.
 constexpr auto kJfifName = "JFIF\0"sv;
 constexpr auto kExifName = "Exif\0"sv;  // and a padding byte of any value
 constexpr auto kXmpName = "http://ns.adobe.com/xap/1.0/\0"sv;
 constexpr auto kIccName = "ICC_PROFILE\0"sv;
 constexpr auto kPhotoshopName = "Photoshop 3.0\0"sv;
-
-struct Segment {
-  std::uint8_t marker;
-  ByteView payload;  // without the length
-};
-
-constexpr bool standsAlone(std::uint8_t marker) { return marker == 0x01 || (marker >= 0xD0 && marker <= 0xD7); }
-
-/// Walks the segments of a file up to the first scan, skipping stray bytes between them as decoders do.
-class SegmentWalk {
- public:
-  explicit SegmentWalk(ByteView file) : rest_(file) {}
-
-  std::optional<Segment> next() {
-    for (;;) {
-      const std::uint8_t marker = nextMarker();
-      if (marker == kEndOfImage || marker == kStartOfScan) return std::nullopt;
-      if (marker == kStartOfImage || standsAlone(marker)) continue;
-      if (rest_.size() < 2) return std::nullopt;
-      const std::size_t length = bigEndian16(rest_, 0);
-      if (length < 2 || length > rest_.size()) return std::nullopt;
-      const Segment segment{marker, rest_.subspan(2, length - 2)};
-      rest_ = rest_.subspan(length);
-      return segment;
-    }
-  }
-
- private:
-  /// The code after the next 0xFF bytes; the end of the file counts as the end of the image.
-  std::uint8_t nextMarker() {
-    std::size_t i = 0;
-    while (i + 1 < rest_.size() && (rest_[i] != 0xFF || rest_[i + 1] == 0xFF || rest_[i + 1] == 0)) ++i;
-    if (i + 1 >= rest_.size()) return kEndOfImage;
-    const std::uint8_t marker = rest_[i + 1];
-    rest_ = rest_.subspan(i + 2);
-    return marker;
-  }
-
-  ByteView rest_;
-};
+constexpr auto kMultiPictureName = "MPF\0"sv;
 
 /// Collects the chunks of an ICC profile; each says its number, from 1, and how many there are.
 class IccChunks {
@@ -114,7 +69,8 @@ std::optional<Jfif> parseJfif(ByteView payload) {
 
 void readApp1(ByteView payload, MetadataBlocks& metadata) {
   if (startsWith(payload, kExifName) && payload.size() > kExifName.size() + 1) {
-    if (!metadata.exif) metadata.exif = copyOf(payload.subspan(kExifName.size() + 1));
+    const ByteView block = payload.subspan(kExifName.size() + 1);
+    if (!metadata.exif && isExifBlock(block)) metadata.exif = copyOf(block);
   } else if (startsWith(payload, kXmpName) && payload.size() > kXmpName.size()) {
     if (!metadata.xmp) metadata.xmp = copyOf(payload.subspan(kXmpName.size()));
   }
@@ -139,6 +95,9 @@ ApplicationSegments readApplicationSegments(ByteView file) {
     if (segment->marker == kApp0 && !found.jfif && startsWith(payload, kJfifName)) found.jfif = parseJfif(payload);
     if (segment->marker == kApp1) readApp1(payload, found.metadata);
     if (segment->marker == kApp2 && startsWith(payload, kIccName)) icc.add(payload.subspan(kIccName.size()));
+    if (segment->marker == kApp2 && !found.multiPicture && startsWith(payload, kMultiPictureName)) {
+      found.multiPicture = payload.subspan(kMultiPictureName.size());
+    }
     if (segment->marker == kApp13 && startsWith(payload, kPhotoshopName)) {
       const ByteView part = payload.subspan(kPhotoshopName.size());
       resources.insert(resources.end(), part.begin(), part.end());

@@ -28,6 +28,8 @@ struct ApplicationSegments {
   MetadataBlocks metadata;
   /// Absent unless every chunk of the profile is there exactly once (ICC.1:2010, B.4).
   std::optional<Bytes> iccProfile;
+  /// What the first multi-picture extension holds behind its name, inside the file (CIPA DC-007, 5.2.1).
+  std::optional<ByteView> multiPicture;
 };
 
 /// Reads the segments up to the first scan; what is broken is left out. Of several Exif blocks or XMP packets the

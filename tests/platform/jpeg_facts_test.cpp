@@ -115,6 +115,22 @@ TEST(JpegCodec, FindsTheFirstExifBlockAndXmpPacket) {
   EXPECT_FALSE(facts->metadata.iptc);
 }
 
+TEST(JpegCodec, TakesNothingForExifThatIsNone) {
+  const std::string exif = "MM\0*\0\0\0\x08\0\0"s;
+  const auto exifOf = [](const std::vector<std::string>& payloads) {
+    std::vector<JpegSpec::Segment> segments;
+    for (const std::string& payload : payloads) segments.push_back({0xE1, bytesOf(payload)});
+    return codec().describe(encodeJpeg(withSegments(std::move(segments)))).value().metadata.exif;
+  };
+  EXPECT_EQ(exifOf({"Exif\0\0"s + exif}), bytesOf(exif));
+  EXPECT_EQ(exifOf({"Exif\0\xFF"s + exif}), bytesOf(exif)) << "the padding byte may have any value";
+  for (const std::string& other :
+       {"Exif\0\0Exif\0\0"s + exif, "Exif\0\0"s, "Exif\0\0\0"s + exif, exif, "Exif\0\0II+\0"s}) {
+    EXPECT_FALSE(exifOf({other}));
+    EXPECT_EQ(exifOf({other, "Exif\0\0"s + exif}), bytesOf(exif));
+  }
+}
+
 TEST(JpegCodec, FindsIptcAmongPhotoshopResources) {
   const std::string photoshop = "Photoshop 3.0\0"s;
   const std::string other = "8BIM\x03\xED\0\0\0\0\0\x03xyz\0"s;   // odd data, padded
