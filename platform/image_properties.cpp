@@ -3,7 +3,7 @@
 #include <memory>
 #include <utility>
 
-#include "platform/metadata/exif_directories.h"
+#include "platform/metadata/exif_prefix.h"
 #include "platform/metadata/metadata_properties.h"
 
 namespace quellor {
@@ -35,9 +35,10 @@ struct ReadExif {
 
 ReadExif readExif(const EncodedFacts& facts, PropertyDictionary& properties) {
   if (!facts.metadata.exif) return {};
-  const ByteView block = metadata::withoutExifPrefix(*facts.metadata.exif);
-  const ExifSummary summary = addExifProperties(block, properties);
-  return {summary.contributed ? std::optional(Bytes(block.begin(), block.end())) : std::nullopt, summary};
+  const auto block = metadata::exifBlockIn(*facts.metadata.exif);
+  if (!block) return {};
+  const ExifSummary summary = addExifProperties(*block, properties);
+  return {summary.contributed ? std::optional(Bytes(block->begin(), block->end())) : std::nullopt, summary};
 }
 
 }  // namespace

@@ -4,9 +4,9 @@
 #include <vector>
 
 #include "platform/codecs/big_endian.h"
-#include "platform/codecs/exif_prefix.h"
 #include "platform/codecs/jpeg_segments.h"
 #include "platform/codecs/photoshop_resources.h"
+#include "platform/metadata/exif_prefix.h"
 
 namespace quellor::jpeg {
 namespace {
@@ -67,12 +67,12 @@ std::optional<Jfif> parseJfif(ByteView payload) {
               .yDensity = static_cast<int>(bigEndian16(payload, 10))};
 }
 
-void readApp1(ByteView payload, MetadataBlocks& metadata) {
+void readApp1(ByteView payload, MetadataBlocks& blocks) {
   if (startsWith(payload, kExifName) && payload.size() > kExifName.size() + 1) {
-    const ByteView block = payload.subspan(kExifName.size() + 1);
-    if (!metadata.exif && isExifBlock(block)) metadata.exif = copyOf(block);
+    const auto block = metadata::exifBlockIn(payload.subspan(kExifName.size() + 1));
+    if (block && !blocks.exif) blocks.exif = copyOf(*block);
   } else if (startsWith(payload, kXmpName) && payload.size() > kXmpName.size()) {
-    if (!metadata.xmp) metadata.xmp = copyOf(payload.subspan(kXmpName.size()));
+    if (!blocks.xmp) blocks.xmp = copyOf(payload.subspan(kXmpName.size()));
   }
 }
 

@@ -2,10 +2,10 @@
 
 #include "platform/codecs/big_endian.h"
 #include "platform/codecs/codec_module.h"
-#include "platform/codecs/exif_prefix.h"
 #include "platform/codecs/png_decode.h"
 #include "platform/codecs/png_session.h"
 #include "platform/codecs/png_text.h"
+#include "platform/metadata/exif_prefix.h"
 
 namespace quellor::png {
 namespace {
@@ -58,7 +58,7 @@ void readExif(Session& session, EncodedFacts& facts) {
   const int count = png_get_unknown_chunks(session.png(), session.info(), &chunks);
   for (int i = 0; i < count && !facts.metadata.exif; ++i) {
     if (!startsWith(ByteView(chunks[i].name, 4), "eXIf")) continue;
-    const auto block = withoutExifPrefix({chunks[i].data, chunks[i].size});
+    const auto block = metadata::exifBlockIn({chunks[i].data, chunks[i].size});
     if (block) facts.metadata.exif = copyOf(*block);
   }
 }

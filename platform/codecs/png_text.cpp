@@ -6,8 +6,8 @@
 #include <optional>
 
 #include "platform/codecs/big_endian.h"
-#include "platform/codecs/exif_prefix.h"
 #include "platform/codecs/photoshop_resources.h"
+#include "platform/metadata/exif_prefix.h"
 
 namespace quellor::png {
 namespace {
@@ -64,20 +64,20 @@ void keepFirst(std::optional<Bytes>& place, ByteView bytes) {
   if (!place && !bytes.empty()) place = copyOf(bytes);
 }
 
-void readRawProfile(std::string_view type, std::string_view text, MetadataBlocks& metadata) {
+void readRawProfile(std::string_view type, std::string_view text, MetadataBlocks& blocks) {
   if (type != "exif"sv && type != "APP1"sv && type != "xmp"sv && type != "iptc"sv && type != "8bim"sv) return;
   const Bytes profile = decodeRawProfile(text);
   const ByteView bytes = profile;
-  if (const auto exif = withoutExifPrefix(bytes)) {
-    keepFirst(metadata.exif, *exif);
+  if (const auto exif = metadata::exifBlockIn(bytes)) {
+    keepFirst(blocks.exif, *exif);
   } else if (startsWith(bytes, kXmpPrefix)) {
-    keepFirst(metadata.xmp, bytes.subspan(kXmpPrefix.size()));
+    keepFirst(blocks.xmp, bytes.subspan(kXmpPrefix.size()));
   } else if (type == "xmp"sv) {
-    keepFirst(metadata.xmp, bytes);
+    keepFirst(blocks.xmp, bytes);
   } else if (const auto iptc = iptcInResources(bytes)) {
-    keepFirst(metadata.iptc, *iptc);
+    keepFirst(blocks.iptc, *iptc);
   } else if (type == "iptc"sv && startsWith(bytes, "\x1c"sv)) {
-    keepFirst(metadata.iptc, bytes);  // datasets without a resource around them
+    keepFirst(blocks.iptc, bytes);  // datasets without a resource around them
   }
 }
 
@@ -129,11 +129,11 @@ bool isUtf8(std::string_view text) {
   return true;
 }
 
-void readMetadataText(std::string_view keyword, std::string_view text, MetadataBlocks& metadata) {
+void readMetadataText(std::string_view keyword, std::string_view text, MetadataBlocks& blocks) {
   if (keyword == kXmpKeyword) {
-    keepFirst(metadata.xmp, {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()});
+    keepFirst(blocks.xmp, {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()});
   } else if (keyword.substr(0, kRawProfile.size()) == kRawProfile) {
-    readRawProfile(keyword.substr(kRawProfile.size()), text, metadata);
+    readRawProfile(keyword.substr(kRawProfile.size()), text, blocks);
   }
 }
 

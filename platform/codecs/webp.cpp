@@ -7,8 +7,8 @@
 
 #include "platform/codecs/big_endian.h"
 #include "platform/codecs/codec_module.h"
-#include "platform/codecs/exif_prefix.h"
 #include "platform/codecs/sample_memory.h"
+#include "platform/metadata/exif_prefix.h"
 
 namespace quellor {
 namespace {
@@ -88,7 +88,7 @@ std::optional<Bytes> chunk(const WebPDemuxer* demuxer, const char* fourCc) {
 
 std::optional<Bytes> exifBlock(const WebPDemuxer* demuxer) {
   const std::optional<Bytes> stored = chunk(demuxer, "EXIF");
-  const auto block = stored ? withoutExifPrefix(*stored) : std::nullopt;
+  const auto block = stored ? metadata::exifBlockIn(*stored) : std::nullopt;
   return block ? std::optional(copyOf(*block)) : std::nullopt;
 }
 

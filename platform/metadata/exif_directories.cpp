@@ -1,7 +1,6 @@
 #include "platform/metadata/exif_directories.h"
 
 #include <algorithm>
-#include <array>
 #include <utility>
 
 #include "platform/metadata/tiff_writing.h"
@@ -67,14 +66,6 @@ bool hasLink(const TiffBlock& block, const TiffDirectory& directory) {
     return entry.standsOutside() && entry.valuePosition < link + kTiffLinkSize &&
            link < entry.valuePosition + entry.valueSize;
   });
-}
-
-ByteView withoutExifPrefix(ByteView block) {
-  constexpr std::array<std::uint8_t, 6> kPrefix = {'E', 'x', 'i', 'f', 0, 0};
-  while (block.size() >= kPrefix.size() && std::equal(kPrefix.begin(), kPrefix.end(), block.begin())) {
-    block = block.subspan(kPrefix.size());
-  }
-  return block;
 }
 
 std::optional<ExifDirectories> readExifDirectories(ByteView exif) {

@@ -46,10 +46,6 @@ struct ExifDirectories {
 
 inline constexpr std::size_t kMaximumExifDirectories = 8;
 
-/// The block behind the prefix "Exif\0\0", however often it stands there. The prefix belongs to JPEG segments
-/// (Exif 2.32, 4.7.2), but writers of every other format leave it in front of the block or double it.
-ByteView withoutExifPrefix(ByteView block);
-
 /// Absent when the bytes do not begin with a classic TIFF header or its first directory is not inside them.
 std::optional<ExifDirectories> readExifDirectories(ByteView exif);
 

@@ -42,7 +42,8 @@ bool toBeRemoved(const TiffEntry& entry, const MetadataRemovals& removals, bool 
     case exif_tag::kPhotoshopResources:
       return removesAny;
     default:
-      return removesAny && leadsElsewhere(entry);
+      // Nobody can read it, so nobody misses it; its bytes may be part of what goes.
+      return removesAny && (!entry.valueReadable || leadsElsewhere(entry));
   }
 }
 

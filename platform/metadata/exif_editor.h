@@ -21,8 +21,8 @@ struct ExifEdit {
 /// When something is removed, what is left is known to the last byte: the header, directories, values of their entries,
 /// and what a maker note that stays refers to. Everything else becomes zeros, whether or not anything leads there, and
 /// is cut off at the end of the block. Entries go from whichever directory they stand in, together with those that may
-/// hold a copy (Photoshop resources, private raw data, directories of unknown purpose). When nothing is removed, bytes
-/// that nothing is known to refer to stay, because they may be a maker note's.
+/// hold a copy (Photoshop resources, private raw data, directories of unknown purpose) and those that cannot be read.
+/// When nothing is removed, bytes that nothing is known to refer to stay, because they may be a maker note's.
 ///
 /// Absent when no entry is left in the first directory, when what goes is also part of what stays, when the parts of
 /// the block overlap so that the edit would damage one that stays, or when a directory written anew would not fit.

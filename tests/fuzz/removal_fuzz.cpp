@@ -10,6 +10,7 @@
 #include <pugixml.hpp>
 
 #include "platform/metadata/exif_editor.h"
+#include "platform/metadata/exif_prefix.h"
 #include "platform/metadata/maker_notes.h"
 #include "platform/metadata/xmp_editor.h"
 #include "platform/metadata/xmp_namespaces.h"
@@ -117,8 +118,8 @@ Bytes withoutValues(const Bytes& block, const MetadataRemovals& removals) {
 }
 
 void removeFromBlock(const Bytes& block, const MetadataRemovals& removals) {
-  const ByteView plain = withoutExifPrefix(block);
-  const auto directories = readExifDirectories(plain);
+  const auto plain = exifBlockIn(block);
+  const auto directories = plain ? readExifDirectories(*plain) : std::nullopt;
   if (!directories) return;
   const auto edited = editedExif(*directories, {removals, {}});
   if (edited) requireNothingIn(withoutValues(*edited, removals), removals);
