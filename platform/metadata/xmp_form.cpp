@@ -139,7 +139,8 @@ bool takePseudoAttribute(std::string_view& text, PseudoAttribute& taken) {
 }
 
 bool isUsual(const PseudoAttribute& attribute) {
-  const auto [name, value] = attribute;
+  const std::string_view name = attribute.name;
+  const std::string_view value = attribute.value;
   const auto consistsOf = [&](auto&& allowed) { return std::all_of(value.begin(), value.end(), allowed); };
   if (name == "id") return value == "W5M0MpCehiHzreSzNTczkc9d";
   if (name == "end") return value == "w" || value == "r";
