@@ -144,7 +144,7 @@ class ExifEditor {
       if (edit_.removals.position) {
         usage_.removeDirectory(directory);
       } else {
-        usage_.keepDirectory(directory);
+        rewrites_.push_back(rewriteOf(directory));
       }
     }
   }
@@ -257,7 +257,7 @@ class ExifEditor {
   bool removesAny_;
   ExifUsage usage_;
   Rewrite first_;
-  std::vector<Rewrite> rewrites_;  // the Exif and Interoperability directories
+  std::vector<Rewrite> rewrites_;  // all other directories that stay
 };
 
 }  // namespace

@@ -42,13 +42,6 @@ void ExifUsage::removeValue(const TiffEntry& entry) {
   if (entry.standsOutside()) remove(entry.valuePosition, entry.valueSize);
 }
 
-void ExifUsage::keepDirectory(const TiffDirectory& directory) {
-  const std::size_t size = sizeIn(block_, directory);
-  keep(directory.position, size);
-  unchanged_.add(directory.position, size);
-  for (const TiffEntry& entry : directory.entries) keepValue(entry);
-}
-
 void ExifUsage::removeDirectory(const TiffDirectory& directory) {
   remove(directory.position, sizeIn(block_, directory));
   for (const TiffEntry& entry : directory.entries) removeValue(entry);

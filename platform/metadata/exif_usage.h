@@ -30,7 +30,6 @@ class ExifUsage {
   void removeValue(const TiffEntry& entry);
 
   /// The directory with its values.
-  void keepDirectory(const TiffDirectory& directory);
   void removeDirectory(const TiffDirectory& directory);
 
   /// A thumbnail's directory with its values and the image that it refers to.
