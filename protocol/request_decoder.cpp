@@ -1,7 +1,9 @@
 #include "protocol/request_decoder.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <limits>
 #include <map>
 #include <string>
 #include <string_view>
@@ -9,6 +11,8 @@
 #include <variant>
 
 #include <nlohmann/json.hpp>
+
+#include "protocol/number_range.h"
 
 namespace quellor {
 namespace {
@@ -22,7 +26,7 @@ struct Array {};
 struct Object;
 
 /// A value as far as decoding needs it: arrays keep nothing of their contents, objects only the top one and the
-/// policy.
+/// policy. A number beyond the range of a double is infinite.
 using Value = std::variant<Null, bool, std::int64_t, double, std::string, Array, std::map<std::string, Object>>;
 struct Object {
   Value value;
@@ -38,15 +42,18 @@ const char* kindOf(const Value& value) {
 /// Everything deeper is counted and dropped, so that a huge or deeply nested value of an unknown key costs nothing.
 class MemberRecorder : public nlohmann::json_sax<Json> {
  public:
+  /// The parser is given a zero for each of `oversized`, which it would stop at.
+  explicit MemberRecorder(std::span<const OversizedNumber> oversized) : oversized_(oversized) {}
+
   bool null() override { return store(Null{}); }
   bool boolean(bool value) override { return store(value); }
-  bool number_integer(number_integer_t value) override { return store(std::int64_t{value}); }
+  bool number_integer(number_integer_t value) override { return storeNumber(std::int64_t{value}); }
   bool number_unsigned(number_unsigned_t value) override {
     // Too large for the protocol's integers, so it goes on as the number that it is.
-    return store(std::in_range<std::int64_t>(value) ? Value(static_cast<std::int64_t>(value))
-                                                    : Value(static_cast<double>(value)));
+    return storeNumber(std::in_range<std::int64_t>(value) ? Value(static_cast<std::int64_t>(value))
+                                                          : Value(static_cast<double>(value)));
   }
-  bool number_float(number_float_t value, const string_t&) override { return store(value); }
+  bool number_float(number_float_t value, const string_t&) override { return storeNumber(value); }
   bool string(string_t& value) override { return store(std::move(value)); }
   bool binary(binary_t&) override { return false; }
 
@@ -77,6 +84,13 @@ class MemberRecorder : public nlohmann::json_sax<Json> {
   [[nodiscard]] const Value& document() const { return document_; }
 
  private:
+  bool storeNumber(Value value) {
+    const bool oversized = !oversized_.empty() && oversized_.front().ordinal == numbers_;
+    if (oversized) oversized_ = oversized_.subspan(1);
+    ++numbers_;
+    return store(oversized ? Value(std::numeric_limits<double>::infinity()) : std::move(value));
+  }
+
   bool store(Value value) {
     if (depth_ == 0) {
       document_ = std::move(value);
@@ -102,6 +116,8 @@ class MemberRecorder : public nlohmann::json_sax<Json> {
     return true;
   }
 
+  std::span<const OversizedNumber> oversized_;  // those that are still to come
+  std::size_t numbers_ = 0;                     // read so far
   Value document_;
   std::string topKey_;
   std::string innerKey_;
@@ -157,8 +173,10 @@ class FieldReader {
                     (std::holds_alternative<double>(value) ? "a number that is none" : kindOf(value)));
     } else if constexpr (std::is_same_v<T, double>) {
       if (const auto* integer = std::get_if<std::int64_t>(&value)) return static_cast<double>(*integer);
-      if (const auto* number = std::get_if<double>(&value)) return *number;
-      fail(key, std::string("must be a number, not ") + kindOf(value));
+      const auto* number = std::get_if<double>(&value);
+      if (number == nullptr) fail(key, std::string("must be a number, not ") + kindOf(value));
+      if (!std::isfinite(*number)) fail(key, "must be a number within the range of a double");
+      return *number;
     } else {
       if (const auto* exact = std::get_if<T>(&value)) return *exact;
       constexpr const char* wanted = std::is_same_v<T, bool>          ? "a boolean"
@@ -196,11 +214,25 @@ HelperRequest requestFrom(const Members& members) {
   return request;
 }
 
+/// The parser takes a NUL character between tokens for the end of the document.
+void refuseNul(std::span<const char> document) {
+  const auto nul = std::find(document.begin(), document.end(), '\0');
+  if (nul == document.end()) return;
+  throw DecodingFailure("the NUL character at byte " + std::to_string(nul - document.begin()) + " is not JSON");
+}
+
+bool parse(std::span<const char> document, const std::vector<OversizedNumber>& oversized, MemberRecorder& recorder) {
+  if (oversized.empty()) return Json::sax_parse(document.begin(), document.end(), &recorder);
+  return Json::sax_parse(withZerosFor(oversized, document), &recorder);
+}
+
 }  // namespace
 
 HelperRequest decodeRequest(std::span<const char> document) {
-  MemberRecorder recorder;
-  if (!Json::sax_parse(document.begin(), document.end(), &recorder)) throw DecodingFailure(recorder.problem());
+  refuseNul(document);
+  const auto oversized = oversizedNumbers(document);
+  MemberRecorder recorder(oversized);
+  if (!parse(document, oversized, recorder)) throw DecodingFailure(recorder.problem());
   const auto* members = std::get_if<Members>(&recorder.document());
   if (members == nullptr) {
     throw DecodingFailure(std::string("the request must be an object, not ") + kindOf(recorder.document()));

@@ -156,10 +156,105 @@ TEST(RequestDecoder, RefusesOptionalValuesOfTheWrongType) {
 }
 
 TEST(RequestDecoder, RefusesDocumentsThatAreNoJsonObject) {
-  for (const char* document : {"", " ", "\n", "null", "[]", "3", "\"text\"", "{", "{}x", "{]", "{\"a\":}", "\xff\xfe",
-                               "{\"protocolVersion\":01}", "[{}]", "tru", "{\"a\":1e999}"}) {
+  for (const char* document : {"",
+                               " ",
+                               "\n",
+                               "null",
+                               "[]",
+                               "3",
+                               "\"text\"",
+                               "{",
+                               "{}x",
+                               "{]",
+                               "{\"a\":}",
+                               "\xff\xfe",
+                               "{\"protocolVersion\":01}",
+                               "[{}]",
+                               "tru",
+                               "1e999",
+                               "{\"a\":1e999e5}",
+                               "{\"a\":01e999}",
+                               "{\"a\":-e999}",
+                               "{\"a\":1.e999}",
+                               "{\"a\":1e+}",
+                               "{\"a\":1e999x}",
+                               "{\"a\":1e999",
+                               "{\"a\":\"1e999}"}) {
     EXPECT_NE(failureOf(document), "") << document;
   }
+}
+
+TEST(RequestDecoder, RefusesANulCharacterAnywhere) {
+  const std::string request = requestWith("\"outputPath\":\"/b\"");
+  ASSERT_EQ(failureOf(request), "");
+  for (std::size_t at = 0; at <= request.size(); ++at) {
+    std::string changed = request;
+    changed.insert(at, 1, '\0');
+    EXPECT_EQ(failureOf(changed), "the NUL character at byte " + std::to_string(at) + " is not JSON");
+  }
+  EXPECT_NE(failureOf(request + std::string("\0 more", 6)), "");
+  EXPECT_NE(failureOf(std::string(1, '\0')), "");
+}
+
+/// Numbers that a JSON document may hold and no double can.
+const std::string kOversized[] = {
+    "1e999",  "-1e999", "1E+999", "0.1e99999", "1" + std::string(400, '0'), "-" + std::string(309, '9') + ".5",
+    "1.8e308"};
+
+TEST(RequestDecoder, NamesTheKeyOfAnOversizedNumber) {
+  for (const std::string& number : kOversized) {
+    SCOPED_TRACE(number);
+    EXPECT_EQ(failureOf(requestWith("\"quality\":" + number)),
+              "key \"quality\" must be a number within the range of a double");
+    EXPECT_EQ(failureOf("{\"protocolVersion\":" + number + R"(,"operation":"o","inputPath":"i"})"),
+              "key \"protocolVersion\" must be an integer of 64 bits, not a number that is none");
+    EXPECT_EQ(failureOf(requestWith("\"outputPath\":" + number)), "key \"outputPath\" must be a string, not a number");
+    EXPECT_EQ(failureOf(requestWith("\"metadataPolicy\":" + number)),
+              "key \"metadataPolicy\" must be an object, not a number");
+    EXPECT_EQ(failureOf(requestWith("\"metadataPolicy\":{\"removeXMP\":" + number + "}")),
+              "key \"metadataPolicy.removeXMP\" must be a boolean, not a number");
+  }
+}
+
+TEST(RequestDecoder, ReadsOverOversizedNumbersThatAreNoFieldsValue) {
+  for (const std::string& number : kOversized) {
+    for (const char* member :
+         {R"("x":#)", R"("x":[#,[#],{"quality":#}])", R"("x":{"y":#,"quality":{"z":#}})",
+          R"("metadataPolicy":{"x":#,"y":[#]})", R"("x":#,"quality":0.25,"y":#)", R"("x":"a\"#\\","y":#)"}) {
+      std::string text = member;
+      for (std::size_t at = 0; (at = text.find('#')) != std::string::npos;) text.replace(at, 1, number);
+      EXPECT_EQ(failureOf(requestWith(text)), "") << text;
+    }
+  }
+}
+
+TEST(RequestDecoder, TakesOnlyTheOversizedOnesOfManyNumbersForOversized) {
+  const HelperRequest request = decoded(
+      R"({"a":[1,-2,3e5,"4",1e999],"quality":0.25,"b":-1e999,"protocolVersion":7,"operation":"5e999","inputPath":"i"})");
+  EXPECT_EQ(request.quality, std::optional(0.25));
+  EXPECT_EQ(request.protocolVersion, 7);
+  EXPECT_EQ(request.operation, "5e999");
+  EXPECT_EQ(failureOf(R"({"a":1,"protocolVersion":1,"quality":-1e999,"operation":"o","inputPath":"i","b":2})"),
+            "key \"quality\" must be a number within the range of a double");
+}
+
+TEST(RequestDecoder, NamesTheFirstOffendingKeyAlsoBesideOversizedNumbers) {
+  EXPECT_THAT(failureOf(R"({"quality":1e999,"protocolVersion":1,"operation":"o","inputPath":7})"),
+              HasSubstr("\"inputPath\""));
+  EXPECT_THAT(failureOf(requestWith(R"("quality":1e999,"metadataPolicy":{"removeGPS":1e999})")),
+              HasSubstr("\"quality\""));
+}
+
+TEST(RequestDecoder, TakesTheLargestAndTheSmallestDoubles) {
+  EXPECT_EQ(decoded(requestWith("\"quality\":1.7976931348623157e308")).quality, std::optional(1.7976931348623157e308));
+  EXPECT_EQ(decoded(requestWith("\"quality\":1e-999")).quality, std::optional(0.0));
+  EXPECT_EQ(decoded(requestWith("\"quality\":99999999999999999999")).quality, std::optional(1e20));
+}
+
+TEST(RequestDecoder, TellsWhereADocumentWithOversizedNumbersIsNoJson) {
+  const std::string oversized = failureOf(R"({"a":1e999,"b":[})"), plain = failureOf(R"({"a":12345,"b":[})");
+  EXPECT_THAT(plain, HasSubstr("column 17"));
+  EXPECT_EQ(oversized, plain);
 }
 
 TEST(RequestDecoder, RefusesTextThatIsNotUnicode) {
