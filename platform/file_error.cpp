@@ -8,7 +8,8 @@
 namespace quellor {
 namespace {
 
-std::string reasonFor(int error, const char* reasonForNothingThere) {
+std::string reasonFor(const std::string& path, int error, const char* reasonForNothingThere) {
+  if (path.find('\0') != std::string::npos) return "no file can have that name";
   switch (error) {
     case ENOENT:
       return reasonForNothingThere;
@@ -41,18 +42,18 @@ std::string quoted(const std::string& name) { return "“" + name + "”"; }
 
 FileError cannotOpen(const std::string& path, int error) {
   return FileError("The file " + quoted(lastPathComponent(path)) +
-                   " couldn’t be opened: " + reasonFor(error, "there is no such file") + ".");
+                   " couldn’t be opened: " + reasonFor(path, error, "there is no such file") + ".");
 }
 
 FileError cannotSave(const std::string& path, int error) {
   return FileError("The file " + quoted(lastPathComponent(path)) + " couldn’t be saved in the folder " +
-                   quoted(lastPathComponent(parentDirectory(path))) + ": " + reasonFor(error, "no such directory") +
-                   ".");
+                   quoted(lastPathComponent(parentDirectory(path))) + ": " +
+                   reasonFor(path, error, "no such directory") + ".");
 }
 
 FileError cannotRemove(const std::string& path, int error) {
   return FileError("The file " + quoted(lastPathComponent(path)) +
-                   " couldn’t be removed: " + reasonFor(error, "there is no such file") + ".");
+                   " couldn’t be removed: " + reasonFor(path, error, "there is no such file") + ".");
 }
 
 }  // namespace quellor

@@ -2,17 +2,17 @@
 #include <cstdint>
 #include <optional>
 #include <span>
-#include <stdexcept>
 #include <string>
 
 #include "platform/bytes.h"
+#include "platform/described_error.h"
 
 namespace quellor {
 
-/// A file operation failed. what() is a short English sentence for people that names the file and the reason.
-class FileError : public std::runtime_error {
+/// A file operation failed. The description is a short English sentence that names the file and the reason.
+class FileError : public DescribedError {
  public:
-  using std::runtime_error::runtime_error;
+  using DescribedError::DescribedError;
 };
 
 struct FileAttributes {

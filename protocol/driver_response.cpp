@@ -2,6 +2,8 @@
 
 #include <exception>
 
+#include "platform/described_error.h"
+
 namespace quellor {
 
 HelperResponse respond(const HelperRequest& request, WallClockSeconds start,
@@ -14,6 +16,9 @@ HelperResponse respond(const HelperRequest& request, WallClockSeconds start,
     return response;
   } catch (const HelperFailure& failure) {
     return HelperResponse::failed(request.operation, ErrorBody::of(failure), elapsedMillisecondsSince(start));
+  } catch (const DescribedError& error) {
+    return HelperResponse::failed(request.operation, {"internal_error", error.description()},
+                                  elapsedMillisecondsSince(start));
   } catch (const std::exception& error) {
     return HelperResponse::failed(request.operation, {"internal_error", error.what()}, elapsedMillisecondsSince(start));
   }

@@ -21,7 +21,7 @@ void atomicReplace(const FileManager& files, const std::string& temp, const std:
   try {
     files.moveItem(temp, outputPath);
   } catch (const FileError& error) {
-    throw HelperFailure("atomic_replace_failed", error.what());
+    throw HelperFailure("atomic_replace_failed", error.description());
   }
 }
 

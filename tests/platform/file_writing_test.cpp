@@ -324,6 +324,25 @@ TEST_F(FileWriting, ReportsPathsThatNameNothing) {
   EXPECT_THAT(names(), IsEmpty());
 }
 
+TEST_F(FileWriting, DescribesAPathWithANulCharacterToItsEnd) {
+  const std::string name("a\0b.raw", 7);
+  const std::string reason = "couldn’t be saved in the folder “" + folderName() + "”: no file can have that name.";
+  const std::string expected = "The file “" + name + "” " + reason;
+  try {
+    writeAtomically(path(name), {"text"});
+    FAIL() << "nothing was raised";
+  } catch (const FileError& error) {
+    EXPECT_EQ(error.description(), expected);
+  }
+  try {
+    files_.moveItem(write("from", "text"), path(name));
+    FAIL() << "nothing was raised";
+  } catch (const FileError& error) {
+    EXPECT_EQ(error.description(), expected);
+  }
+  EXPECT_THAT(names(), ElementsAre("from"));
+}
+
 TEST_F(FileWriting, LeavesNothingAndChangesNothingWhenTheFileGrowsTooLarge) {
   const std::string old = write("a.raw", "old");
   EXPECT_EQ(inChild([&] {

@@ -2,8 +2,11 @@
 
 #include <new>
 #include <stdexcept>
+#include <string>
 
 #include <gtest/gtest.h>
+
+#include "platform/described_error.h"
 
 namespace quellor {
 namespace {
@@ -49,6 +52,12 @@ TEST(Respond, AnswersAnyOtherErrorAsInternalWithItsDescription) {
   EXPECT_EQ(response.error->message, "the disk is on fire");
   EXPECT_EQ(respond(requestNamed("o"), wallClockNow(), []() -> HelperResponse { throw std::bad_alloc(); }).error->code,
             "internal_error");
+}
+
+TEST(Respond, GivesADescriptionAlsoBehindANulCharacter) {
+  const std::string description("The file \0 is \0", 16);
+  const auto failWith = [&]() -> HelperResponse { throw DescribedError(description); };
+  EXPECT_EQ(respond(requestNamed("o"), wallClockNow(), failWith).error->message, description);
 }
 
 }  // namespace
