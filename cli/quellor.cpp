@@ -1,8 +1,10 @@
 #include "cli/quellor.h"
 
 #include <csignal>
-#include <cstdio>
 #include <cstdlib>
+#include <exception>
+#include <string>
+#include <system_error>
 
 #include "cli/dispatch.h"
 #include "cli/standard_streams.h"
@@ -13,8 +15,9 @@
 namespace quellor {
 namespace {
 
-constexpr int kExitFailureReported = 1;
-constexpr int kExitUndecodable = 2;
+constexpr ExitStatus kExitFailureReported = 1;
+constexpr ExitStatus kExitUndecodable = 2;
+constexpr ExitStatus kExitResponseLost = 3;
 
 /// A write to a closed pipe or past a file-size limit then fails like any other write and is reported.
 void ignoreSignalsOfFailedWrites() {
@@ -22,26 +25,46 @@ void ignoreSignalsOfFailedWrites() {
   std::signal(SIGXFSZ, SIG_IGN);
 }
 
+ExitStatus respondWith(const HelperResponse& response, ExitStatus status) {
+  const int error = emitJSON(response);
+  if (error == 0) return status;
+  writeToStandardError("quellor: the response could not be written: " + std::generic_category().message(error) + "\n");
+  return kExitResponseLost;
+}
+
+ExitStatus refuseUndecodable(const std::string& reason) {
+  writeToStandardError("usage: quellor < request.json\ndecode error: " + reason + "\n");
+  return kExitUndecodable;
+}
+
+ExitStatus answer(const HelperRequest& request) {
+  const SystemPlatform platform;
+  const auto [response, status] = handleRequest(request, platform.services());
+  return respondWith(response, status);
+}
+
+ExitStatus run(WallClockSeconds start) {
+  HelperRequest request;
+  try {
+    request = decodeRequest(readStdinJSON());
+  } catch (const HelperFailure& failure) {
+    return respondWith(HelperResponse::failed("unknown", ErrorBody::of(failure), elapsedMillisecondsSince(start)),
+                       kExitFailureReported);
+  } catch (const DecodingFailure& failure) {
+    return refuseUndecodable(failure.description());
+  } catch (const std::exception& error) {
+    return refuseUndecodable(error.what());  // no memory for it
+  }
+  return answer(request);
+}
+
 }  // namespace
 
 void Quellor::main() {
   const WallClockSeconds start = wallClockNow();
-  occupyStandardStreams();
+  takeOverStandardStreams();
   ignoreSignalsOfFailedWrites();
-  try {
-    const std::vector<char> document = readStdinJSON();
-    const HelperRequest request = decodeRequest(document);
-    const SystemPlatform platform;
-    const auto [response, status] = handleRequest(request, platform.services());
-    emitJSON(response);
-    std::exit(status);
-  } catch (const HelperFailure& failure) {
-    emitJSON(HelperResponse::failed("unknown", ErrorBody::of(failure), elapsedMillisecondsSince(start)));
-    std::exit(kExitFailureReported);
-  } catch (const DecodingFailure& failure) {
-    std::fprintf(stderr, "usage: quellor < request.json\ndecode error: %s\n", failure.what());
-    std::exit(kExitUndecodable);
-  }
+  std::exit(run(start));
 }
 
 }  // namespace quellor

@@ -3,7 +3,10 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <poll.h>
 #include <sys/uio.h>
+
+#include "platform/descriptor_wait.h"
 
 namespace quellor {
 namespace {
@@ -50,10 +53,14 @@ int writeGathered(int descriptor, std::span<const ByteView> parts) {
     std::array<iovec, kBuffersPerWrite> buffers{};
     const std::size_t count = remainder.next(buffers);
     const ssize_t written = writev(descriptor, buffers.data(), static_cast<int>(count));
-    if (written < 0 && errno == EINTR) continue;
-    if (written < 0) return errno;
-    if (written == 0) return EIO;
-    remainder.advance(static_cast<std::size_t>(written));
+    if (written > 0) {
+      remainder.advance(static_cast<std::size_t>(written));
+      continue;
+    }
+    const int error = written < 0 ? errno : EIO;
+    if (error == EINTR) continue;
+    if (error != EAGAIN) return error;
+    if (const int unreachable = waitUntilReady(descriptor, POLLOUT); unreachable != 0) return unreachable;
   }
   return 0;
 }

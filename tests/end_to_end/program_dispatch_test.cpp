@@ -22,6 +22,7 @@ using test_support::expectFailure;
 using test_support::request;
 using test_support::runWithInput;
 using test_support::with;
+using test_support::without;
 
 void expectUnsupportedOperation(const std::string& operation) {
   SCOPED_TRACE(operation);
@@ -70,6 +71,52 @@ TEST(OperationName, IsMatchedExactly) {
 TEST(OperationName, WithANulCharacterIsNotTheNameBeforeIt) {
   expectUnsupportedOperation(std::string("inspect\0", 8));
   expectUnsupportedOperation(std::string("inspect\0x", 9));
+}
+
+void expectUndecodable(const std::string& document, const std::string& reason) {
+  const auto run = runWithInput(document);
+  EXPECT_EQ(run.exitStatus, 2) << describe(run);
+  EXPECT_EQ(run.standardOutput, "");
+  EXPECT_EQ(run.standardError, "usage: quellor < request.json\ndecode error: " + reason + "\n");
+}
+
+TEST(NulCharacter, MakesADocumentNoJsonWhereverItStands) {
+  const std::string document = request("nothing", "/a").dump();
+  for (const std::size_t at : {std::size_t{0}, std::size_t{1}, document.size() / 2, document.size()}) {
+    std::string changed = document;
+    changed.insert(at, 1, '\0');
+    expectUndecodable(changed, "the NUL character at byte " + std::to_string(at) + " is not JSON");
+  }
+}
+
+TEST(NulCharacter, InAnOutputPathDoesNotEndTheMessage) {
+  const test_support::TemporaryDirectory inputs, outputs;
+  const auto picture = inputs.write("a.tiff", test_support::tinyTiff());
+  const std::string name("a\0b", 3);
+  const std::string message = "The file “" + name + "” couldn’t be saved in the folder “" +
+                              outputs.path().filename().string() + "”: no file can have that name.";
+  for (const char* operation : {"encode-candidate", "rewrite-from-source", "rewrite-decoded-image"}) {
+    json wanted = with(request(operation, picture), "outputPath", outputs.path().string() + "/" + name);
+    const json response = ask(with(wanted, "quality", 0.5));
+    expectFailure(without(response, "quality"), "atomic_replace_failed", message);
+  }
+  const json wanted =
+      with(request("export-storage-pixels", picture), "outputPath", outputs.path().string() + "/" + name);
+  expectFailure(ask(wanted), "internal_error", message);
+  EXPECT_TRUE(outputs.isEmpty());
+}
+
+TEST(OversizedNumber, IsNamedWhereItMattersAndReadOverElsewhere) {
+  for (const char* number : {"1e999", "-1e999"}) {
+    const std::string members = std::string("\"x\":") + number + ",\"y\":[" + number + R"(],"inputPath":"/a",)";
+    const std::string start = "{" + members + R"("operation":"nothing",)";
+    expectUndecodable(start + R"("protocolVersion":1,"quality":)" + number + "}",
+                      "key \"quality\" must be a number within the range of a double");
+    expectUndecodable(start + R"("protocolVersion":)" + number + "}",
+                      "key \"protocolVersion\" must be an integer of 64 bits, not a number that is none");
+    expectFailure(test_support::responseOf(runWithInput(start + R"("protocolVersion":1})")), "unsupported_operation",
+                  "operation nothing not supported");
+  }
 }
 
 TEST(OperationName, ThatIsEmptyLeavesTwoSpacesInTheMessage) {
