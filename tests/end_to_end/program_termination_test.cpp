@@ -49,7 +49,15 @@ class Termination : public ::testing::Test {
   std::filesystem::path request_;
 };
 
-void expectEndedBy(int signal, int status) { EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == signal) << status; }
+void expectEndedBy(int signal, int status) {
+#ifdef QUELLOR_SANITIZED  // their handlers for faults report and end the process themselves
+  if (signal == SIGSEGV || signal == SIGBUS) {
+    EXPECT_NE(status, 0);
+    return;
+  }
+#endif
+  EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == signal) << status;
+}
 
 class SignalledWriter : public Termination, public ::testing::WithParamInterface<std::tuple<const char*, int>> {};
 
@@ -67,7 +75,8 @@ TEST_P(SignalledWriter, RemovesTheTemporaryFileAndEndsByTheSignal) {
 
 INSTANTIATE_TEST_SUITE_P(All, SignalledWriter,
                          ::testing::Combine(::testing::Values(kEncodeCandidate, kRewriteFromSource, kRewriteDecoded),
-                                            ::testing::Values(SIGINT, SIGTERM, SIGHUP)),
+                                            ::testing::Values(SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGABRT, SIGSEGV,
+                                                              SIGBUS, SIGXCPU)),
                          [](const auto& tested) {
                            return test_support::testNameOf(std::get<0>(tested.param)) + "_signal_" +
                                   std::to_string(std::get<1>(tested.param));

@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <system_error>
 #include <thread>
@@ -14,6 +15,8 @@ namespace quellor::test_support {
 namespace {
 
 [[noreturn]] void becomeProgram(const char* request, const char* answer, int ignoredSignal) {
+  const rlimit noCore{0, 0};
+  setrlimit(RLIMIT_CORE, &noCore);
   if (ignoredSignal != 0) std::signal(ignoredSignal, SIG_IGN);
   bool ready = std::freopen(request, "r", stdin) != nullptr;
   if (*answer == '\0') {
