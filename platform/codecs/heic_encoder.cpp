@@ -5,6 +5,7 @@
 #include <exception>
 #include <memory>
 
+#include "platform/codecs/encoder_threads.h"
 #include "platform/codecs/heic_encoder_settings.h"
 #include "platform/codecs/heif_library.h"
 #include "platform/module.h"
@@ -100,6 +101,15 @@ heif_error append(heif_context*, const void* data, std::size_t size, void* targe
   }
 }
 
+/// The settings for a raster as far as threads can be started, or nothing where none can.
+std::optional<EncoderSettings> affordableSettings(const Raster& raster, double quality) {
+  const EncoderThreads threads = encoderThreads();
+  if (threads == EncoderThreads::none) return std::nullopt;
+  EncoderSettings settings = encoderSettingsFor(raster, quality);
+  if (threads == EncoderThreads::one) settings.emplace_back("x265:pools", "none");
+  return settings;
+}
+
 std::optional<Bytes> encodeWithLibrary(const Raster& raster, double quality) {
   heif::startLibraryForEncoding();
   const ContextPointer context(heif_context_alloc());
@@ -107,7 +117,9 @@ std::optional<Bytes> encodeWithLibrary(const Raster& raster, double quality) {
   const NclxPointer nclx = nclxOf(raster.coding);
   const OptionsPointer options(heif_encoding_options_alloc());
   if (!context || !image || !nclx || !options) return std::nullopt;
-  const EncoderPointer encoder = encoderFor(context.get(), encoderSettingsFor(raster, quality));
+  const auto settings = affordableSettings(raster, quality);
+  if (!settings) return std::nullopt;
+  const EncoderPointer encoder = encoderFor(context.get(), *settings);
   if (!encoder || !succeeded(heif_image_set_nclx_color_profile(image.get(), nclx.get()))) return std::nullopt;
   options->save_alpha_channel = 1;
   options->output_nclx_profile = nclx.get();

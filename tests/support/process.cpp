@@ -6,7 +6,9 @@
 #include <fcntl.h>
 #include <grp.h>
 #include <poll.h>
+#include <sched.h>
 #include <signal.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <system_error>
 #include <thread>
@@ -58,7 +60,10 @@ void makeNonBlocking(const FileDescriptor& end) {
 /// Everything the child needs after fork, prepared before it: only async-signal-safe calls are allowed there.
 struct Launch {
   Launch(const std::filesystem::path& programPath, const ProcessOptions& options)
-      : program(programPath.string()), directory(options.workingDirectory.string()), user(options.user) {
+      : program(programPath.string()),
+        directory(options.workingDirectory.string()),
+        user(options.user),
+        threadLimit(options.threadLimit) {
     texts.push_back(program);
     texts.insert(texts.end(), options.arguments.begin(), options.arguments.end());
     const std::size_t argumentCount = texts.size();
@@ -75,6 +80,7 @@ struct Launch {
   std::string program;
   std::string directory;
   std::optional<uid_t> user;
+  std::optional<unsigned> threadLimit;
   std::vector<std::string> texts;
   std::vector<char*> argv;
   std::vector<char*> envp;
@@ -82,13 +88,22 @@ struct Launch {
 
 bool changeUser(uid_t user) { return setgroups(0, nullptr) == 0 && setgid(user) == 0 && setuid(user) == 0; }
 
+/// Root is not limited, and who is not root cannot become another user.
+bool limitThreads(unsigned count) {
+  const rlimit limit{count, count};
+  if (setrlimit(RLIMIT_NPROC, &limit) != 0) return false;
+  constexpr uid_t kFirstUnusedUser = 200'000;
+  return geteuid() == 0 ? changeUser(kFirstUnusedUser + static_cast<uid_t>(getpid())) : unshare(CLONE_NEWUSER) == 0;
+}
+
 /// In the child: never returns; sends errno through `failure` when the program cannot be started.
 [[noreturn]] void becomeProgram(const Launch& launch, int input, int output, int error, int failure) {
   setpgid(0, 0);
   signal(SIGPIPE, SIG_DFL);
   const bool ready =
       dup2(input, STDIN_FILENO) >= 0 && dup2(output, STDOUT_FILENO) >= 0 && dup2(error, STDERR_FILENO) >= 0 &&
-      (launch.directory.empty() || chdir(launch.directory.c_str()) == 0) && (!launch.user || changeUser(*launch.user));
+      (launch.directory.empty() || chdir(launch.directory.c_str()) == 0) &&
+      (!launch.user || changeUser(*launch.user)) && (!launch.threadLimit || limitThreads(*launch.threadLimit));
   if (ready) execve(launch.program.c_str(), launch.argv.data(), launch.envp.data());
   const int reason = errno;
   if (write(failure, &reason, sizeof reason) < 0) _exit(126);
@@ -98,11 +113,14 @@ bool changeUser(uid_t user) { return setgroups(0, nullptr) == 0 && setgid(user) 
 /// A running child; the destructor kills and collects one that was left behind.
 class Child {
  public:
-  Child(const Launch& launch, Clock::time_point limit) : limit_(limit) {
+  Child(const Launch& launch, bool nonBlocking, Clock::time_point limit) : limit_(limit) {
     Pipe input = makePipe();
     Pipe output = makePipe();
     Pipe error = makePipe();
     Pipe failure = makePipe();
+    if (nonBlocking) {
+      for (const FileDescriptor* end : {&input.readEnd, &output.writeEnd, &error.writeEnd}) makeNonBlocking(*end);
+    }
     id_ = fork();
     if (id_ < 0) raiseErrno("fork");
     if (id_ == 0) {
@@ -200,7 +218,7 @@ ProcessResult runProcess(const std::filesystem::path& program, const ProcessOpti
   const Clock::time_point start = Clock::now();
   const Launch launch(program, options);
   ProcessResult result;
-  Child child(launch, start + options.timeLimit);
+  Child child(launch, options.nonBlocking, start + options.timeLimit);
   child.exchange(options, result);
   child.collect(result);
   result.duration = std::chrono::duration_cast<milliseconds>(Clock::now() - start);

@@ -18,6 +18,10 @@ struct ProcessOptions {
   std::filesystem::path workingDirectory;          // empty: the test's own
   std::map<std::string, std::string> environment;  // added to the test's own
   std::optional<uid_t> user;                       // the child's user and group, where the test runs as root
+  bool nonBlocking = false;                        // the child's ends of the three standard streams are
+  /// How many threads the child's user may have in all. It is another user then, or the same one in a namespace of its
+  /// own, so that no other process counts.
+  std::optional<unsigned> threadLimit;
   std::chrono::milliseconds timeLimit{30'000};
 };
 
