@@ -7,7 +7,6 @@
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
-#include <system_error>
 #include <unistd.h>
 #include <vector>
 
@@ -15,6 +14,7 @@
 #include <nlohmann/json.hpp>
 
 #include "tests/support/corpus.h"
+#include "tests/support/ordinary_user.h"
 #include "tests/support/program.h"
 #include "tests/support/request.h"
 #include "tests/support/temporary_directory.h"
@@ -30,8 +30,6 @@ using test_support::expectNoImageSource;
 using test_support::inspectRequest;
 using test_support::ProcessOptions;
 using test_support::tinyTiff;
-
-constexpr uid_t kNobody = 65534;
 
 class UnusualInput : public ::testing::Test {
  protected:
@@ -95,18 +93,9 @@ TEST_F(UnusualInput, SymbolicLinkToItselfIsNotFound) {
 class InputWithoutPermission : public UnusualInput {
  protected:
   void SetUp() override {
-    if (geteuid() == 0) options_.user = kNobody;
-    std::filesystem::permissions(directory_.path(), std::filesystem::perms(0755));
-    try {
-      if (!runsHere()) GTEST_SKIP() << "another user cannot run the program where it was built";
-    } catch (const std::system_error& error) {
-      GTEST_SKIP() << "the program cannot be started as another user: " << error.what();
-    }
-  }
-
-  [[nodiscard]] bool runsHere() const {
-    const auto file = directory_.write("readable.tiff", tinyTiff());
-    return test_support::runWithRequest(inspectRequest(file), options_).exitStatus == 0;
+    const auto options = test_support::asAnOrdinaryUser(directory_.write("readable.tiff", tinyTiff()), options_);
+    if (!options) GTEST_SKIP() << "another user cannot run the program where it was built";
+    options_ = *options;
   }
 };
 

@@ -2,12 +2,11 @@
 #include <filesystem>
 #include <optional>
 #include <string>
-#include <system_error>
-#include <unistd.h>
 #include <utility>
 
 #include <gtest/gtest.h>
 
+#include "tests/support/ordinary_user.h"
 #include "tests/support/program.h"
 #include "tests/support/temporary_directory.h"
 #include "tests/support/writing_operations.h"
@@ -100,20 +99,9 @@ class DestinationTest : public ::testing::TestWithParam<const char*> {
     for (const auto& [name, content] : before) EXPECT_EQ(after[name], content) << name;
   }
 
-  /// Options for a run without the rights of root, which the tests may have and which open every folder; the photo is
-  /// made readable for it. Absent where another user cannot run the program.
+  /// Options for a run without the rights of root; the photo is made readable for it.
   [[nodiscard]] std::optional<ProcessOptions> asAnOrdinaryUser() const {
-    constexpr uid_t kNobody = 65534;
-    ProcessOptions options;
-    if (geteuid() == 0) options.user = kNobody;
-    std::filesystem::permissions(folder(), std::filesystem::perms(0755));
-    std::filesystem::permissions(input(), std::filesystem::perms(0644));
-    try {
-      if (runWithRequest(inspectRequest(input()), options).exitStatus == 0) return options;
-    } catch (const std::system_error&) {
-      // The program's folder may be closed to that user.
-    }
-    return std::nullopt;
+    return test_support::asAnOrdinaryUser(input());
   }
 
  private:
