@@ -13,6 +13,7 @@
 namespace quellor {
 namespace {
 
+using nlohmann::json;
 using test_support::kEncodeCandidate;
 using test_support::kRewriteDecoded;
 using test_support::WrittenImage;
@@ -64,6 +65,34 @@ TEST(Quality, OfADecodedRewriteIsEightTenths) {
   const WrittenImage candidate(kEncodeCandidate, texture(), 0.8);
   ASSERT_TRUE(rewritten.written() && candidate.written());
   EXPECT_TRUE(rewritten.bytes() == candidate.bytes());
+}
+
+/// The answer to writing a picture with a quality.
+json writtenAt(const char* operation, const json& quality) {
+  const test_support::TemporaryDirectory folder;
+  const Bytes picture = test_support::encodePng(test_support::plainPng());
+  const auto input = folder.write("in", {reinterpret_cast<const char*>(picture.data()), picture.size()});
+  return test_support::ask(
+      test_support::with(test_support::writingRequest(operation, input, folder.path() / "out"), "quality", quality));
+}
+
+TEST(QualityOfACandidate, MayBeAnythingFrom0To1AndComesBackAsItWas) {
+  for (const json& quality :
+       {json(0), json(0.0), json(-0.0), json(1), json(1.0), json(0.1), json(1e-300), json(std::nextafter(1.0, 0.0))}) {
+    const json answer = writtenAt(kEncodeCandidate, quality);
+    EXPECT_EQ(answer.value("success", false), true) << answer;
+    EXPECT_EQ(answer.value("quality", json()), quality);
+  }
+}
+
+TEST(QualityOfAnotherOperation, IsNeitherLookedAtNorAnswered) {
+  for (const char* operation : {test_support::kRewriteFromSource, kRewriteDecoded, test_support::kExport}) {
+    for (const json& quality : {json(5.0), json(-1), json(0.5)}) {
+      const json answer = writtenAt(operation, quality);
+      EXPECT_EQ(answer.value("success", false), true) << answer;
+      EXPECT_FALSE(answer.contains("quality")) << operation;
+    }
+  }
 }
 
 }  // namespace

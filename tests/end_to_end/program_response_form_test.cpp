@@ -12,6 +12,7 @@
 #include "tests/support/request.h"
 #include "tests/support/temporary_directory.h"
 #include "tests/support/tiny_tiff.h"
+#include "tests/support/writing_operations.h"
 
 namespace quellor {
 namespace {
@@ -107,6 +108,46 @@ TEST_F(SuccessResponse, WritesWholeNumbersAsIntegers) {
   for (const char* key : {"bitDepth", "bytes", "height", "iccProfileBytes", "imageCount", "orientation", "width"}) {
     EXPECT_TRUE(response_["input"][key].is_number_integer()) << key;
   }
+}
+
+/// What a writing operation prints for the image, as an object in the written order.
+ordered_json writtenAnswer(const char* operation, const std::filesystem::path& input) {
+  const test_support::TemporaryDirectory outputs;
+  const auto run = runWithRequest(test_support::writingRequest(operation, input, outputs.path() / "out"));
+  ordered_json answer = ordered_json::parse(run.standardOutput, nullptr, false);
+  EXPECT_TRUE(answer.is_object() && answer.value("success", false)) << test_support::describe(run);
+  EXPECT_EQ(run.standardOutput, escapeSlashes(answer.dump()) + "\n");
+  return answer;
+}
+
+TEST_F(SuccessResponse, OfAHeicWriteHasItsKeysInAscendingOrderAndNoOthers) {
+  for (const char* operation :
+       {test_support::kEncodeCandidate, test_support::kRewriteFromSource, test_support::kRewriteDecoded}) {
+    const ordered_json answer = writtenAnswer(operation, file_);
+    std::vector<std::string> expected = {
+        "elapsedMilliseconds", "input",   "operation", "output", "protocolVersion", "quality",
+        "removedItems",        "success", "warnings"};
+    if (operation != test_support::kEncodeCandidate) std::erase(expected, "quality");
+    EXPECT_EQ(keysInWrittenOrder(answer), expected) << operation;
+    EXPECT_EQ(answer["operation"], operation);
+    EXPECT_EQ(answer["input"], response_["input"]) << operation;
+    EXPECT_EQ(keysInWrittenOrder(answer["output"]),
+              (std::vector<std::string>{"auxiliaryObservation", "auxiliaryTypes", "bitDepth", "bytes", "colorSpaceName",
+                                        "decodeValidated", "height", "iccProfileBytes", "iccProfileSHA256",
+                                        "imageCount", "metadataKeys", "orientation", "path", "width"}));
+    EXPECT_EQ(answer["output"]["decodeValidated"], true);
+  }
+}
+
+TEST_F(SuccessResponse, OfAnExportHasItsKeysInAscendingOrderAndNoOthers) {
+  const ordered_json answer = writtenAnswer(test_support::kExport, file_);
+  EXPECT_EQ(keysInWrittenOrder(answer),
+            (std::vector<std::string>{"elapsedMilliseconds", "input", "operation", "protocolVersion", "storageExport",
+                                      "success", "warnings"}));
+  EXPECT_EQ(answer["input"], response_["input"]);
+  EXPECT_EQ(keysInWrittenOrder(answer["storageExport"]),
+            (std::vector<std::string>{"alphaInfo", "bytesPerPixel", "colorSpaceName", "height", "iccProfileSHA256",
+                                      "orientationApplied", "rawPath", "width"}));
 }
 
 TEST_F(SuccessResponse, NeverHoldsNull) { EXPECT_EQ(run_.standardOutput.find("null"), std::string::npos); }
