@@ -1,0 +1,216 @@
+// Every metadata policy on one photo: three flags say what is removed, the other three change nothing that is written.
+
+#include <array>
+#include <filesystem>
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "tests/support/corpus.h"
+#include "tests/support/heif_photo.h"
+#include "tests/support/jpeg_segments.h"
+#include "tests/support/metadata_judge.h"
+#include "tests/support/photo_metadata.h"
+#include "tests/support/writing_runs.h"
+
+namespace quellor {
+namespace {
+
+using nlohmann::json;
+using test_support::HeifPhoto;
+using test_support::kEncodeCandidate;
+using test_support::kRewriteDecoded;
+using test_support::kRewriteFromSource;
+using test_support::Tags;
+using test_support::WrittenImage;
+
+constexpr std::array kRemovingFlags = {"removeGPS", "removeXMP", "removeMakerMetadata"};
+constexpr std::array kOtherFlags = {"preserveColorProfile", "preserveOrientation", "dropAuxiliaryImages"};
+constexpr std::size_t kGps = 1, kXmp = 2, kMaker = 4;  // bits of a set of removing flags
+
+/// The policy of two sets of flags. What is not set is absent in one half of the policies and false in the other.
+json policyOf(std::size_t removing, std::size_t others) {
+  json policy = json::object();
+  for (std::size_t i = 0; i < 3; ++i) {
+    const bool sayFalse = (removing + others + i) % 2 == 0;
+    if ((removing >> i & 1) != 0 || sayFalse) policy[kRemovingFlags[i]] = (removing >> i & 1) != 0;
+    if ((others >> i & 1) != 0 || sayFalse) policy[kOtherFlags[i]] = (others >> i & 1) != 0;
+  }
+  return policy;
+}
+
+/// The tags of metadata that the judge finds in a file, by group and name.
+std::vector<std::string> metadataTagsIn(const Tags& tags) {
+  std::vector<std::string> names;
+  for (const auto& [key, value] : tags) {
+    const std::string group = test_support::groupOf(key);
+    const bool ofTheForm = group == "QuickTime" || group == "Meta" || group == "JFIF" || group.starts_with("ICC");
+    if (!ofTheForm) names.push_back(key);
+  }
+  return names;
+}
+
+/// What is to be found in a file after a set of removals: what the photo has, by the flag that removes it.
+std::vector<std::string> expectedTags(std::size_t removing) {
+  const struct {
+    std::size_t removedBy;
+    const char* tag;
+  } all[] = {{0, "ExifIFD:ExposureTime"},
+             {0, "ExifIFD:ISO"},
+             {0, "ExifIFD:LensModel"},
+             {kGps, "GPS:GPSLatitude"},
+             {kGps, "GPS:GPSLatitudeRef"},
+             {kGps, "GPS:GPSLongitude"},
+             {kGps, "GPS:GPSLongitudeRef"},
+             {kGps, "GPS:GPSVersionID"},
+             {kMaker, "Apple:MakerNoteVersion"},
+             {kMaker, "IFD0:Make"},
+             {kMaker, "IFD0:Model"},
+             {0, "IFD0:Orientation"},
+             {0, "IFD0:ResolutionUnit"},
+             {0, "IFD0:Software"},
+             {0, "IFD0:XResolution"},
+             {0, "IFD0:YResolution"},
+             {kXmp | kGps, "XMP-exif:GPSLatitude"},
+             {kXmp | kGps, "XMP-exif:GPSLongitude"},
+             {kXmp, "XMP-photoshop:Headline"},
+             {kXmp | kMaker, "XMP-tiff:Make"},
+             {kXmp | kMaker, "XMP-tiff:Model"}};
+  std::vector<std::string> tags;
+  for (const auto& each : all)
+    if ((each.removedBy & removing) == 0) tags.emplace_back(each.tag);
+  return tags;
+}
+
+std::vector<std::string> expectedRemovedItems(std::size_t removing, bool jpeg) {
+  std::vector<std::string> items;
+  if ((removing & kGps) != 0) items.emplace_back("{GPS}");
+  if (jpeg) items.emplace_back("{JFIF}");
+  if ((removing & kMaker) != 0) items.emplace_back("{MakerApple}");
+  if ((removing & kXmp) != 0) items.emplace_back("{XMP}");
+  return items;
+}
+
+Bytes heicPhoto() {
+  return HeifPhoto().withExif(test_support::photoExif(6)).withPacket(test_support::kPhotoPacket).build();
+}
+
+Bytes jpegPhoto() {
+  test_support::JpegSpec spec;
+  spec.segments = {test_support::exifSegment(test_support::photoExif(6)),
+                   test_support::packetSegment(test_support::kPhotoPacket)};
+  return test_support::encodeJpeg(spec);
+}
+
+struct Writing {
+  const char* name;
+  const char* operation;
+  Bytes (*photo)();
+
+  friend void PrintTo(const Writing& writing, std::ostream* out) { *out << writing.name; }
+};
+
+class EveryPolicy : public ::testing::TestWithParam<Writing> {
+ protected:
+  void SetUp() override {
+    if (!std::filesystem::exists(test_support::kMetadataJudge)) GTEST_SKIP() << "no judge";
+  }
+
+  /// The file that a policy gives, which must be the same whatever the flags are that do not count.
+  void expectWritten(std::size_t removing, std::size_t others) {
+    const json policy = policyOf(removing, others);
+    SCOPED_TRACE(policy);
+    const WrittenImage image(GetParam().operation, photo_, 0.5, policy);
+    ASSERT_TRUE(image.written()) << image.answer();
+    EXPECT_EQ(image.answer()["removedItems"], json(expectedRemovedItems(removing, isJpeg())));
+    const auto kept = outputs_.path() / (std::to_string(removing) + ".heic");
+    if (!std::filesystem::exists(kept)) {
+      std::filesystem::copy_file(image.path(), kept);
+    } else {
+      EXPECT_TRUE(test_support::contentsOf(image.path()) == test_support::contentsOf(kept)) << "another file";
+    }
+  }
+
+  [[nodiscard]] bool isJpeg() const { return GetParam().photo == jpegPhoto; }
+
+  Bytes photo_ = GetParam().photo();
+  test_support::TemporaryDirectory outputs_;
+};
+
+TEST_P(EveryPolicy, RemovesWhatItsRemovingFlagsSayAndNothingElse) {
+  for (std::size_t removing = 0; removing < 8; ++removing)
+    for (std::size_t others = 0; others < 8; ++others) expectWritten(removing, others);
+
+  auto judged = test_support::judgedFiles(outputs_.path());
+  ASSERT_EQ(judged.size(), 8U);
+  for (std::size_t removing = 0; removing < 8; ++removing) {
+    const Tags& tags = judged[std::to_string(removing) + ".heic"];
+    EXPECT_THAT(metadataTagsIn(tags), ::testing::UnorderedElementsAreArray(expectedTags(removing))) << removing;
+    for (const auto& [key, value] : tags) {
+      const auto original = judged["0.heic"].find(key);
+      const bool isMetadata = !metadataTagsIn({{key, value}}).empty();
+      if (!isMetadata || original == judged["0.heic"].end()) continue;
+      EXPECT_EQ(value, original->second) << key;
+    }
+    const std::string file = test_support::contentsOf(outputs_.path() / (std::to_string(removing) + ".heic"));
+    if ((removing & kMaker) != 0) {
+      for (const char* gone : {"Maker Inc", "Model One", "Apple iOS"}) EXPECT_EQ(file.find(gone), std::string::npos);
+    }
+    if ((removing & kGps) != 0) {
+      for (const char* gone : {"47,22", "8,32", "GPSL"}) EXPECT_EQ(file.find(gone), std::string::npos) << gone;
+    }
+    if ((removing & kXmp) != 0) {
+      EXPECT_EQ(file.find("xmpmeta"), std::string::npos);
+    }
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(On, EveryPolicy,
+                         ::testing::Values(Writing{"CopiedPhoto", kRewriteFromSource, heicPhoto},
+                                           Writing{"CandidateOfAPhoto", kEncodeCandidate, heicPhoto},
+                                           Writing{"RewrittenJpegPhoto", kRewriteFromSource, jpegPhoto}),
+                         [](const auto& tested) { return std::string(tested.param.name); });
+
+/// A photo that has all that the flags speak of: a profile, an orientation, depth.
+Bytes turnedPhotoWithDepth() {
+  return HeifPhoto()
+      .with(test_support::irot(3))
+      .withExif(test_support::photoExif(6))
+      .withAuxiliary("urn:mpeg:hevc:2015:auxid:2")
+      .build();
+}
+
+class FlagWithoutEffect : public ::testing::TestWithParam<const char*> {};
+
+TEST_P(FlagWithoutEffect, ChangesNothingThatIsWritten) {
+  const Bytes photo = turnedPhotoWithDepth();
+  const WrittenImage plain(GetParam(), photo, 0.5);
+  ASSERT_TRUE(plain.written()) << plain.answer();
+  EXPECT_EQ(plain.answer()["output"]["orientation"], 6);
+  EXPECT_EQ(plain.answer()["output"]["colorSpaceName"], "kCGColorSpaceDisplayP3");
+  EXPECT_EQ(plain.answer()["input"]["iccProfileSHA256"], plain.answer()["output"]["iccProfileSHA256"]);
+  EXPECT_EQ(plain.answer()["removedItems"], json{"auxiliary:depth"});
+  std::vector<json> policies = {json::object()};
+  for (const char* flag : kOtherFlags)
+    for (const bool value : {true, false}) policies.push_back({{flag, value}});
+  for (const bool value : {true, false})
+    policies.push_back({{kOtherFlags[0], value}, {kOtherFlags[1], value}, {kOtherFlags[2], value}});
+  for (const json& policy : policies) {
+    const WrittenImage image(GetParam(), photo, 0.5, policy);
+    ASSERT_TRUE(image.written()) << image.answer();
+    EXPECT_TRUE(image.bytes() == plain.bytes()) << policy;
+    for (const char* key : {"input", "warnings", "removedItems"})
+      EXPECT_EQ(image.answer()[key], plain.answer()[key]) << policy;
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Of, FlagWithoutEffect,
+                         ::testing::Values(kEncodeCandidate, kRewriteFromSource, kRewriteDecoded),
+                         [](const auto& tested) { return test_support::testName(tested.param); });
+
+}  // namespace
+}  // namespace quellor
