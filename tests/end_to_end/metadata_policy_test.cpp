@@ -127,6 +127,7 @@ class EveryPolicy : public ::testing::TestWithParam<Writing> {
     const WrittenImage image(GetParam().operation, photo_, 0.5, policy);
     ASSERT_TRUE(image.written()) << image.answer();
     EXPECT_EQ(image.answer()["removedItems"], json(expectedRemovedItems(removing, isJpeg())));
+    EXPECT_EQ(image.answer()["output"]["orientation"], isJpeg() ? 6 : 1);  // of a MIAF file, Exif's is history
     const auto kept = outputs_.path() / (std::to_string(removing) + ".heic");
     if (!std::filesystem::exists(kept)) {
       std::filesystem::copy_file(image.path(), kept);
@@ -182,6 +183,33 @@ Bytes turnedPhotoWithDepth() {
       .withExif(test_support::photoExif(6))
       .withAuxiliary("urn:mpeg:hevc:2015:auxid:2")
       .build();
+}
+
+/// A photo whose metadata hold nothing that a policy speaks of but a packet.
+Bytes photoWithoutSecrets() {
+  test_support::TiffStructure exif(true);
+  exif.directory({test_support::TiffStructure::textEntry(305, "Camera 1.0")});
+  return HeifPhoto()
+      .withExif(exif.bytes())
+      .withPacket(
+          "<x:xmpmeta xmlns:x='adobe:ns:meta/'><rdf:RDF "
+          "xmlns:rdf='http://www.w3.org/1999/02/22-rdf-syntax-ns#'><rdf:Description rdf:about='' "
+          "xmlns:photoshop='http://ns.adobe.com/photoshop/1.0/' photoshop:Headline='A meadow'/></rdf:RDF>"
+          "</x:xmpmeta>")
+      .build();
+}
+
+TEST(RemovingFlags, ChangeNothingOfAPhotoThatHasNoneOfIt) {
+  const Bytes photo = photoWithoutSecrets();
+  const WrittenImage plain(kRewriteFromSource, photo);
+  ASSERT_TRUE(plain.written()) << plain.answer();
+  for (const json& policy : {json{{"removeGPS", true}}, json{{"removeMakerMetadata", true}},
+                             json{{"removeGPS", true}, {"removeMakerMetadata", true}}}) {
+    const WrittenImage image(kRewriteFromSource, photo, 1, policy);
+    ASSERT_TRUE(image.written()) << image.answer();
+    EXPECT_EQ(image.answer()["removedItems"], json::array()) << policy;
+    EXPECT_TRUE(image.bytes() == plain.bytes()) << policy;
+  }
 }
 
 class FlagWithoutEffect : public ::testing::TestWithParam<const char*> {};

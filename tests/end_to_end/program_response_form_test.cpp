@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include "tests/support/png_fixture.h"
 #include "tests/support/program.h"
 #include "tests/support/request.h"
 #include "tests/support/temporary_directory.h"
@@ -148,6 +149,32 @@ TEST_F(SuccessResponse, OfAnExportHasItsKeysInAscendingOrderAndNoOthers) {
   EXPECT_EQ(keysInWrittenOrder(answer["storageExport"]),
             (std::vector<std::string>{"alphaInfo", "bytesPerPixel", "colorSpaceName", "height", "iccProfileSHA256",
                                       "orientationApplied", "rawPath", "width"}));
+}
+
+// A picture of Rec. ITU-R BT.2100 PQ, which no profile describes, and without an orientation.
+TEST(AbsentFacts, HaveNoKey) {
+  test_support::PngSpec spec = test_support::plainPng();
+  spec.chunksBeforeData = {{"cICP", {9, 16, 0, 1}}};
+  const Bytes picture = test_support::encodePng(spec);
+  const test_support::TemporaryDirectory inputs;
+  const auto input = inputs.write("a.png", {reinterpret_cast<const char*>(picture.data()), picture.size()});
+  const std::vector<std::string> inputKeys = {
+      "auxiliaryObservation", "auxiliaryTypes", "bitDepth", "bytes", "colorSpaceName", "height",
+      "imageCount",           "metadataKeys",   "width"};
+  const std::vector<std::string> outputKeys = {
+      "auxiliaryObservation", "auxiliaryTypes", "bitDepth", "bytes", "colorSpaceName", "decodeValidated", "height",
+      "imageCount",           "metadataKeys",   "path",     "width"};
+  for (const char* operation :
+       {test_support::kEncodeCandidate, test_support::kRewriteFromSource, test_support::kRewriteDecoded}) {
+    const ordered_json answer = writtenAnswer(operation, input);
+    EXPECT_EQ(keysInWrittenOrder(answer["input"]), inputKeys) << operation;
+    EXPECT_EQ(keysInWrittenOrder(answer["output"]), outputKeys) << operation;
+  }
+  const ordered_json exported = writtenAnswer(test_support::kExport, input);
+  EXPECT_EQ(keysInWrittenOrder(exported["input"]), inputKeys);
+  EXPECT_EQ(keysInWrittenOrder(exported["storageExport"]),
+            (std::vector<std::string>{"alphaInfo", "bytesPerPixel", "colorSpaceName", "height", "orientationApplied",
+                                      "rawPath", "width"}));
 }
 
 TEST_F(SuccessResponse, NeverHoldsNull) { EXPECT_EQ(run_.standardOutput.find("null"), std::string::npos); }

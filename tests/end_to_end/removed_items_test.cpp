@@ -168,7 +168,16 @@ TEST(RemovedItemsOfTheOtherOperations, AreNotEvenAnEmptyList) {
   const test_support::StoredPixels exported = test_support::exportPixelsOf(input);
   EXPECT_TRUE(exported.written()) << exported.answer;
   EXPECT_FALSE(exported.answer.contains("removedItems"));
-  EXPECT_EQ(exported.answer["input"]["auxiliaryObservation"], "detected");
+}
+
+TEST(AuxiliaryImages, AreReportedOnceAKindInAscendingOrder) {
+  const test_support::TemporaryDirectory folder;
+  const Bytes file = crowded().build();
+  const auto input = folder.write("in", {reinterpret_cast<const char*>(file.data()), file.size()});
+  const json seen = test_support::ask(test_support::inspectRequest(input))["input"];
+  EXPECT_EQ(seen["auxiliaryObservation"], "detected");
+  EXPECT_EQ(seen["auxiliaryTypes"],
+            json({"depth", "disparity", "hdr_gain_map", "portrait_effects_matte", "semantic_segmentation_matte"}));
 }
 
 }  // namespace
