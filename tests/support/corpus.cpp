@@ -44,10 +44,8 @@ bool CorpusRow::allows(const std::string& outcome) const {
 }
 
 std::vector<CorpusRow> readCorpusTable() {
-  // Beside the tests' sources: test programs run in the build tree they were made in.
-  const auto table = std::filesystem::path(__FILE__).parent_path().parent_path() / "end_to_end/corpus_expectations.txt";
-  std::ifstream stream(table);
-  if (!stream) throw std::runtime_error("cannot read " + table.string());
+  std::ifstream stream(QUELLOR_CORPUS_TABLE);
+  if (!stream) throw std::runtime_error("cannot read " QUELLOR_CORPUS_TABLE);
   std::vector<CorpusRow> rows;
   for (std::string line; std::getline(stream, line);) {
     if (line.empty() || line.front() == '#') continue;
