@@ -238,6 +238,23 @@ TEST(RemovingFlags, ChangeNothingOfAPhotoThatHasNoneOfIt) {
   }
 }
 
+// Some writers put the note into the first directory, which no reader of Exif looks for.
+TEST(RemovingMakerMetadata, TakesANoteInTheWrongDirectoryWithIt) {
+  test_support::TiffStructure exif(true);
+  exif.directory({test_support::TiffStructure::textEntry(271, "Maker Inc"),
+                  test_support::TiffStructure::textEntry(305, "Camera 1.0"),
+                  test_support::TiffStructure::undefinedEntry(37500, test_support::bytesOf("a note of secrets"))});
+  const Bytes photo = HeifPhoto().withExif(exif.bytes()).build();
+  for (const bool remove : {false, true}) {
+    const WrittenImage image(kRewriteFromSource, photo, 1, {{"removeMakerMetadata", remove}});
+    ASSERT_TRUE(image.written()) << image.answer();
+    const std::string file = test_support::contentsOf(image.path());
+    EXPECT_NE(file.find("Camera 1.0"), std::string::npos);
+    EXPECT_EQ(file.find("a note of secrets") == std::string::npos, remove);
+    EXPECT_EQ(file.find("Maker Inc") == std::string::npos, remove);
+  }
+}
+
 class FlagWithoutEffect : public ::testing::TestWithParam<const char*> {};
 
 TEST_P(FlagWithoutEffect, ChangesNothingThatIsWritten) {
