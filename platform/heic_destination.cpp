@@ -4,9 +4,9 @@
 #include <unistd.h>
 #include <utility>
 
-#include "platform/codecs/heic_encoder.h"
 #include "platform/color/known_spaces.h"
 #include "platform/directory_sync.h"
+#include "platform/formats/heic_encoder.h"
 #include "platform/gathered_write.h"
 #include "platform/heif/container_reader.h"
 #include "platform/heif/container_writer.h"
@@ -70,13 +70,9 @@ std::optional<heif::OutputFile> encoded(const Image& image, const PropertyDictio
   auto raster = pixels->forEncoding(image.raster);
   if (!raster) return std::nullopt;
   raster->coding = codingOf(*raster, image.colorSpace);
-  auto bytes = encoder->encode(*raster, qualityIn(properties));
-  if (!bytes) return std::nullopt;
-
-  const auto kept = std::make_shared<const Bytes>(std::move(*bytes));
-  auto file = copied(*kept);
+  auto file = encoder->encode(*raster, qualityIn(properties));
   if (!file) return std::nullopt;
-  file->owned.push_back(kept);
+
   heif::declareMiaf(*file);
   const bool hasProfile = image.colorSpace && image.colorSpace->embedded() && image.colorSpace->iccData() != nullptr;
   heif::setColor(*file, hasProfile ? std::optional(*image.colorSpace->iccData()) : std::nullopt, raster->coding);

@@ -1,5 +1,5 @@
 #include "platform/codecs/codec_module.h"
-#include "platform/codecs/heif_decode.h"
+#include "platform/formats/heif_decode.h"
 #include "platform/heif/heif_facts.h"
 
 QUELLOR_CODEC_MODULE(quellor::heif::factsOf, quellor::heif::decodePrimaryImage)

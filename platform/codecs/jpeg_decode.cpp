@@ -192,6 +192,12 @@ std::optional<SampleModel> sampleModelOf(Session& session) {
   }
 }
 
+std::optional<std::pair<std::uint32_t, std::uint32_t>> frameSizeOf(ByteView file) {
+  Session session(file);
+  if (!session.readHeader()) return std::nullopt;
+  return std::pair<std::uint32_t, std::uint32_t>(session.info().image_width, session.info().image_height);
+}
+
 std::optional<Raster> decodeFile(ByteView file) {
   Session session(file);
   if (!session.readHeader()) return std::nullopt;

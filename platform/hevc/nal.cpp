@@ -7,7 +7,6 @@
 namespace quellor::hevc {
 namespace {
 
-constexpr std::size_t kLengthSize = 4;
 constexpr std::size_t kHeaderSize = 2;  // ITU-T H.265, 7.3.1.2
 
 struct NalHeader {
@@ -32,7 +31,11 @@ ByteView withoutTrailingZeros(ByteView unit) {
 }
 
 std::size_t readLength(ByteView bytes) {
-  return (std::size_t{bytes[0]} << 24) | (std::size_t{bytes[1]} << 16) | (std::size_t{bytes[2]} << 8) | bytes[3];
+  std::size_t length = 0;
+  for (const std::uint8_t byte : bytes) {
+    length = (length << 8) | byte;
+  }
+  return length;
 }
 
 }  // namespace
@@ -58,32 +61,40 @@ bool hasLegalBytes(ByteView unit) {
   return true;
 }
 
-bool NalStream::append(ByteView lengthPrefixedUnits) {
-  stream_.resize(size_);
+bool NalStream::appendUnit(ByteView unit) {
+  if (unit.size() < kHeaderSize) {
+    return false;
+  }
+  const NalHeader header = readHeader(unit);
+  if (!header.possible || !hasLegalBytes(header.type < kFirstParameterSetUnit ? unit : withoutTrailingZeros(unit))) {
+    return false;
+  }
+  if (header.layer == 0) {
+    constexpr std::array<std::uint8_t, 4> kStartCode = {0, 0, 0, 1};
+    stream_.resize(size_);
+    stream_.insert(stream_.end(), kStartCode.begin(), kStartCode.end());
+    places_.push_back({stream_.size(), unit.size()});
+    stream_.insert(stream_.end(), unit.begin(), unit.end());
+    size_ = stream_.size();
+  }
+  return true;
+}
+
+bool NalStream::append(ByteView lengthPrefixedUnits, std::size_t lengthSize) {
+  constexpr std::size_t kPadding = 64;  // what bytes() is asked for
+  stream_.reserve(size_ + lengthPrefixedUnits.size() + kPadding);
   ByteView rest = lengthPrefixedUnits;
   while (!rest.empty()) {
-    if (rest.size() < kLengthSize) {
+    if (rest.size() < lengthSize) {
       return false;
     }
-    const std::size_t length = readLength(rest);
-    rest = rest.subspan(kLengthSize);
-    if (length < kHeaderSize || length > rest.size()) {
+    const std::size_t length = readLength(rest.first(lengthSize));
+    rest = rest.subspan(lengthSize);
+    if (length > rest.size() || !appendUnit(rest.first(length))) {
       return false;
     }
-    const ByteView unit = rest.first(length);
     rest = rest.subspan(length);
-    const NalHeader header = readHeader(unit);
-    if (!header.possible || !hasLegalBytes(header.type < kFirstParameterSetUnit ? unit : withoutTrailingZeros(unit))) {
-      return false;
-    }
-    if (header.layer == 0) {
-      constexpr std::array<std::uint8_t, 4> kStartCode = {0, 0, 0, 1};
-      stream_.insert(stream_.end(), kStartCode.begin(), kStartCode.end());
-      places_.push_back({stream_.size(), unit.size()});
-      stream_.insert(stream_.end(), unit.begin(), unit.end());
-    }
   }
-  size_ = stream_.size();
   return true;
 }
 

@@ -8,6 +8,7 @@ namespace quellor::hevc {
 
 // nal_unit_type (ITU-T H.265, table 7-1)
 inline constexpr unsigned kFirstParameterSetUnit = 32;  // below it are the slice segments
+inline constexpr unsigned kVpsUnit = 32;
 inline constexpr unsigned kSpsUnit = 33;
 inline constexpr unsigned kPpsUnit = 34;
 
@@ -21,11 +22,15 @@ struct NalUnit {
 /// picture does not depend on them.
 class NalStream {
  public:
-  /// Takes a run of NAL units, each behind its length in four big-endian bytes, as a HEIF item holds them.
+  /// Takes a unit, header included.
   ///
-  /// False when the run cannot be an undamaged one: a unit that is cut short, that has an impossible header, or
-  /// that holds bytes which 7.4.2 keeps out of every unit. May throw std::bad_alloc.
-  [[nodiscard]] bool append(ByteView lengthPrefixedUnits);
+  /// False when it cannot be an undamaged one: it has an impossible header, or holds bytes which 7.4.2 keeps out of
+  /// every unit. May throw std::bad_alloc.
+  [[nodiscard]] bool appendUnit(ByteView unit);
+
+  /// Takes a run of units, each behind its length in `lengthSize` big-endian bytes (1 to 4), as a HEIF item holds them.
+  /// False, too, when a unit is cut short.
+  [[nodiscard]] bool append(ByteView lengthPrefixedUnits, std::size_t lengthSize = 4);
 
   /// The byte stream (annex B): every unit behind a four-byte start code, then `padding` zero bytes that the size
   /// does not count. May throw std::bad_alloc. Valid until the next call of this function or append.

@@ -39,6 +39,23 @@ void skipScalingLists(BitReader& reader) {
   }
 }
 
+/// Its offsets are in units of colour differences (table 6-1).
+void readConformanceWindow(BitReader& reader, Sps& sps) {
+  sps.shownWidth = sps.width;
+  sps.shownHeight = sps.height;
+  if (!reader.flag()) {
+    return;
+  }
+  const unsigned across = sps.chromaArrayType == k420 || sps.chromaArrayType == k422 ? 2 : 1;
+  const unsigned down = sps.chromaArrayType == k420 ? 2 : 1;
+  const unsigned left = reader.unsignedGolomb(kMaximumSide);
+  const unsigned right = reader.unsignedGolomb(kMaximumSide);
+  const unsigned top = reader.unsignedGolomb(kMaximumSide);
+  const unsigned bottom = reader.unsignedGolomb(kMaximumSide);
+  sps.shownWidth -= std::min(sps.shownWidth, across * (left + right));
+  sps.shownHeight -= std::min(sps.shownHeight, down * (top + bottom));
+}
+
 void readBlockSizes(BitReader& reader, Sps& sps) {
   sps.minCbLog2 = 3 + reader.unsignedGolomb(3);
   sps.ctbLog2 = sps.minCbLog2 + reader.unsignedGolomb(3);
@@ -155,11 +172,7 @@ std::optional<Sps> parseSps(ByteView payload, unsigned& id) {
   sps.unusual = sps.chromaArrayType == 3 && reader.flag();  // separate colour planes
   sps.width = reader.unsignedGolomb(kMaximumSide);
   sps.height = reader.unsignedGolomb(kMaximumSide);
-  if (reader.flag()) {  // conformance window
-    for (int side = 0; side < 4; ++side) {
-      reader.unsignedGolomb(kMaximumSide);
-    }
-  }
+  readConformanceWindow(reader, sps);
   sps.bitDepthLuma = 8 + reader.unsignedGolomb(8);
   sps.bitDepthChroma = 8 + reader.unsignedGolomb(8);
   sps.pocBits = 4 + reader.unsignedGolomb(12);

@@ -22,6 +22,8 @@ struct Sps {
   unsigned chromaArrayType = k420;
   unsigned width = 0;  // in luma samples, a multiple of the smallest coding block
   unsigned height = 0;
+  unsigned shownWidth = 0;  // of the conformance window; 0 where that leaves nothing
+  unsigned shownHeight = 0;
   std::optional<unsigned> chromaLocation;  // where signalled; of 4:2:0, a type of ITU-T H.273, 8.7
   unsigned bitDepthLuma = 8;
   unsigned bitDepthChroma = 8;

@@ -124,7 +124,8 @@ std::optional<PictureShape> shapeOf(std::span<const NalUnit> units) {
     if (active.sps == nullptr) {
       return std::nullopt;
     }
-    return PictureShape{std::uint64_t{active.sps->width} * active.sps->height, active.pps->wavefront};
+    const Sps& sps = *active.sps;
+    return PictureShape{std::uint64_t{sps.width} * sps.height, sps.shownWidth, sps.shownHeight, active.pps->wavefront};
   }
   return std::nullopt;
 }

@@ -27,6 +27,8 @@ enum class Verdict : std::uint8_t {
 /// What the parameter sets say of a picture.
 struct PictureShape {
   std::uint64_t pixels = 0;
+  unsigned shownWidth = 0;  // of the conformance window
+  unsigned shownHeight = 0;
   bool wavefront = false;  // rows can be decoded at the same time
 };
 

@@ -1,7 +1,8 @@
 #pragma once
 #include <memory>
 
-#include "platform/hevc/nal.h"
+#include "platform/bytes.h"
+#include "platform/formats/hevc_decoder_module.h"
 
 extern "C" {
 #include <libavutil/frame.h>
@@ -14,20 +15,12 @@ struct FrameDeleter {
 };
 using Frame = std::unique_ptr<AVFrame, FrameDeleter>;
 
-/// How decodePicture() may go about it.
-struct DecodingMeans {
-  int threads = 1;  // more than one are of use only where rows can be decoded at the same time
-  /// A decoder that has decoded other pictures may do it, on one thread: it keeps its buffers, which saves a fiftieth,
-  /// and remembers parameter sets, so the stream must be known to bring its own.
-  bool usedDecoder = false;
-};
-
 /// Decodes the one picture in `stream`, a byte stream (annex B) behind which AV_INPUT_BUFFER_PADDING_SIZE zero bytes
 /// stand. Safe to call from several threads.
 ///
 /// Null when libavcodec reports or marks any error, when a part of the picture was not decoded, when there is not
 /// exactly one picture, and when it is too large. Damage that leaves the arithmetic code decodable goes unnoticed
 /// (verify.h). The frame holds the whole coded picture: its crop_* members tell the conformance window.
-[[nodiscard]] Frame decodePicture(ByteView stream, DecodingMeans means);
+[[nodiscard]] Frame decodePicture(ByteView stream, HevcDecodingMeans means);
 
 }  // namespace quellor::hevc

@@ -1,4 +1,4 @@
-#include "platform/hevc/frame.h"
+#include "platform/formats/hevc_frame.h"
 
 #include <algorithm>
 #include <array>
@@ -152,7 +152,7 @@ bool isSound(const AVFrame& frame) {
 
 }  // namespace
 
-Frame decodePicture(ByteView stream, DecodingMeans means) {
+Frame decodePicture(ByteView stream, HevcDecodingMeans means) {
   constexpr std::size_t kMaximumSize = std::numeric_limits<int>::max() - std::size_t{AV_INPUT_BUFFER_PADDING_SIZE};
   const bool shared = means.usedDecoder && means.threads == 1;
   OpenDecoder decoder = shared ? idleDecoders().take() : OpenDecoder{};

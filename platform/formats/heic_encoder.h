@@ -1,17 +1,17 @@
 #pragma once
 #include <optional>
 
-#include "platform/bytes.h"
+#include "platform/heif/output_file.h"
 #include "platform/image.h"
 
 /// The seam between the program and the HEVC encoder: a function of the HEIF codec's module.
 namespace quellor {
 
 struct HeicEncoder {
-  /// A HEIF file in memory whose primary image is the raster, with its alpha as an auxiliary image. The raster is as
+  /// A HEIF file whose primary image is the raster, with its alpha as an auxiliary image. The raster is as
   /// PixelEngine::forEncoding() gives it: planar, grey or YCbCr 4:2:0, 8 or 10 bits. `quality` from 0.0 to 1.0.
-  /// Absent when the encoder is not installed or fails, or memory runs out.
-  std::optional<Bytes> (*encode)(const Raster& raster, double quality) noexcept;
+  /// Absent when the encoder is not installed or fails, or memory or threads run out.
+  std::optional<heif::OutputFile> (*encode)(const Raster& raster, double quality) noexcept;
 };
 
 /// Name of the function, with C linkage, by which the module hands out its HeicEncoder: `const HeicEncoder* ()`.

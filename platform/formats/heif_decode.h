@@ -6,8 +6,7 @@
 
 namespace quellor::heif {
 
-/// The samples of the primary image as they are coded: clean aperture applied, rotation and mirroring not. Absent
-/// when anything that the image needs is missing or cannot be decoded without an error.
+/// The primary image's samples; absent as platform/codecs/codec.h says. Throws std::bad_alloc.
 std::optional<Raster> decodePrimaryImage(ByteView file);
 
 }  // namespace quellor::heif

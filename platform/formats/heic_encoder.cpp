@@ -1,0 +1,172 @@
+#include "platform/formats/heic_encoder.h"
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "platform/formats/heic_encoder_settings.h"
+#include "platform/formats/hevc_modules.h"
+#include "platform/formats/parallel.h"
+#include "platform/formats/planes.h"
+#include "platform/heif/encoded_image.h"
+#include "platform/heif/hevc_configuration.h"
+#include "platform/hevc/nal.h"
+#include "platform/module.h"
+
+namespace quellor {
+namespace {
+
+/// The encoder's least size, and its unit: 4:2:0 has no odd sizes.
+std::uint32_t codedSizeOf(std::uint32_t size) {
+  constexpr std::uint32_t kLeast = 64;
+  return std::max(kLeast, (size + 1) & ~1U);
+}
+
+/// A copy of the components in planes of the coded size, their last column and row repeated.
+Raster padded(const Raster& raster, heif::ImageSize coded) {
+  const bool grey = raster.model == SampleModel::grey;
+  const formats::PlaneLayout layout{raster.model, grey ? 1U : 2U, grey ? 1U : 2U, raster.bitsPerComponent};
+  const formats::Planes planes(layout, coded.width, coded.height, false);
+  const std::size_t sampleBytes = formats::bytesPerSample(raster.bitsPerComponent);
+  for (std::size_t i = 0; i < raster.components.size(); ++i) {
+    const Component& from = raster.components[i];
+    const Component& to = planes.raster().components[i];
+    for (std::uint32_t y = 0; y < to.height; ++y) {
+      std::uint8_t* const out = planes.at(i, 0, y);
+      std::memcpy(out, from.firstSample + std::min(y, from.height - 1) * from.strideBytes, from.width * sampleBytes);
+      for (std::uint32_t x = from.width; x < to.width; ++x) {
+        std::memcpy(out + x * sampleBytes, out + (from.width - 1) * sampleBytes, sampleBytes);
+      }
+    }
+  }
+  return planes.raster();
+}
+
+/// The units of one picture, gathered behind the encoder's back: no exception may cross it.
+struct Units {
+  Bytes parameterSets[3];
+  std::size_t setCount = 0;
+  Bytes slices;  // behind their lengths
+
+  void take(ByteView unit) {
+    const unsigned type = (unit[0] >> 1) & 0x3FU;
+    if (type >= hevc::kFirstParameterSetUnit) {
+      if (setCount < std::size(parameterSets)) parameterSets[setCount++].assign(unit.begin(), unit.end());
+      return;
+    }
+    for (const int shift : {24, 16, 8, 0}) slices.push_back(static_cast<std::uint8_t>(unit.size() >> shift));
+    slices.insert(slices.end(), unit.begin(), unit.end());
+  }
+};
+
+bool takeUnit(void* receiver, const std::uint8_t* unit, std::size_t size) {
+  try {
+    static_cast<Units*>(receiver)->take({unit, size});
+    return true;
+  } catch (...) {
+    return false;
+  }
+}
+
+/// Threads for the encoder: one for each processor; none where they cannot be had. Absent where not even those can be
+/// that it always starts.
+std::optional<std::string> threadPool() {
+  constexpr unsigned kMaximum = 16, kAlways = 4;
+  const unsigned threads = std::min(formats::processors(), kMaximum);
+  if (formats::threadsCanBeStarted(threads + kAlways)) return std::to_string(threads);
+  return formats::threadsCanBeStarted(kAlways) ? std::optional<std::string>("none") : std::nullopt;
+}
+
+HevcEncoderJob jobFor(const Raster& planes, const EncoderSettings& settings,
+                      const std::vector<HevcEncoderOption>& options) {
+  HevcEncoderJob job;
+  job.width = planes.width;
+  job.height = planes.height;
+  job.bits = planes.bitsPerComponent;
+  job.grey = planes.model == SampleModel::grey;
+  for (std::size_t i = 0; i < planes.components.size(); ++i) {
+    job.planes[i] = planes.components[i].firstSample;
+    job.strideBytes[i] = planes.components[i].strideBytes;
+  }
+  job.preset = settings.preset.c_str();
+  job.tuning = settings.tuning.c_str();
+  job.profile = settings.profile.c_str();
+  job.options = options.data();
+  job.optionCount = options.size();
+  return job;
+}
+
+/// `raster` is planar, grey or 4:2:0.
+std::optional<heif::EncodedPicture> encodePicture(const Raster& raster, EncoderSettings settings,
+                                                  heif::ImageSize coded) {
+  const HevcEncoder* const encoder = formats::hevcEncoder();
+  const auto pool = encoder != nullptr ? threadPool() : std::nullopt;
+  if (!pool) return std::nullopt;
+  settings.options.emplace_back("pools", *pool);
+  std::vector<HevcEncoderOption> options;
+  for (const auto& [name, value] : settings.options) options.push_back({name.c_str(), value.c_str()});
+
+  const bool asItIs = raster.width == coded.width && raster.height == coded.height;
+  const Raster planes = asItIs ? raster : padded(raster, coded);
+  const HevcEncoderJob job = jobFor(planes, settings, options);
+  Units units;
+  if (!encoder->encode(&job, takeUnit, &units) || units.slices.empty()) return std::nullopt;
+  const std::vector<ByteView> sets(units.parameterSets, units.parameterSets + units.setCount);
+  auto configuration = heif::hevcConfigurationBox(sets);
+  if (!configuration) return std::nullopt;
+  return heif::EncodedPicture{std::move(*configuration), std::move(units.slices)};
+}
+
+Raster alphaOf(const Raster& raster) {
+  Raster alpha = raster;
+  alpha.model = SampleModel::grey;
+  alpha.components = {*raster.alpha};
+  alpha.alpha.reset();
+  return alpha;
+}
+
+bool isEncodable(const Raster& raster) {
+  const std::size_t step = formats::bytesPerSample(raster.bitsPerComponent);
+  const auto isPlanar = [step](const Component& component) { return component.stepBytes == step; };
+  const bool grey = raster.model == SampleModel::grey;
+  return (grey || raster.model == SampleModel::ycbcr) && raster.components.size() == (grey ? 1U : 3U) &&
+         std::all_of(raster.components.begin(), raster.components.end(), isPlanar) &&
+         (!raster.alpha || isPlanar(*raster.alpha));
+}
+
+std::optional<heif::OutputFile> encodeImage(const Raster& raster, double quality) {
+  if (!isEncodable(raster)) return std::nullopt;
+  heif::EncodedImage image;
+  image.size = {raster.width, raster.height};
+  image.codedSize = {codedSizeOf(raster.width), codedSizeOf(raster.height)};
+  image.bitsPerComponent = raster.bitsPerComponent;
+  image.grey = raster.model == SampleModel::grey;
+  image.coding = raster.coding;
+  image.premultiplied = raster.premultiplied;
+  auto picture = encodePicture(raster, encoderSettingsFor(raster, quality, PictureRole::image), image.codedSize);
+  if (!picture) return std::nullopt;
+  image.picture = std::move(*picture);
+  if (raster.alpha) {
+    image.alpha =
+        encodePicture(alphaOf(raster), encoderSettingsFor(raster, quality, PictureRole::alpha), image.codedSize);
+    if (!image.alpha) return std::nullopt;
+  }
+  return heif::fileOf(std::move(image));
+}
+
+std::optional<heif::OutputFile> encode(const Raster& raster, double quality) noexcept try {
+  return encodeImage(raster, quality);
+} catch (...) {
+  return std::nullopt;
+}
+
+constexpr HeicEncoder kEncoder = {encode};
+
+}  // namespace
+
+}  // namespace quellor
+
+QUELLOR_MODULE_ENTRY const quellor::HeicEncoder* quellorHeicEncoder() { return &quellor::kEncoder; }

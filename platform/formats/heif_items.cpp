@@ -1,0 +1,78 @@
+#include "platform/formats/heif_items.h"
+
+#include <utility>
+
+#include "platform/formats/av1_items.h"
+#include "platform/formats/heif_alpha.h"
+#include "platform/formats/heif_grid.h"
+#include "platform/formats/heif_overlay.h"
+#include "platform/formats/hevc_items.h"
+#include "platform/formats/jpeg_items.h"
+#include "platform/formats/planes.h"
+#include "platform/heif/auxiliary_type.h"
+#include "platform/heif/chroma_siting.h"
+#include "platform/heif/item_properties.h"
+
+namespace quellor::formats {
+namespace {
+
+using heif::fourCC;
+
+std::optional<Raster> decodeCoded(const heif::Container& container, const heif::Item& item, unsigned threads) {
+  switch (item.type) {
+    case fourCC("hvc1"):
+    case fourCC("hev1"):
+      return decodeHevcItem(container, item, threads);
+    case fourCC("av01"):
+      return decodeAv1Item(container, item, threads);
+    case fourCC("jpeg"):
+      return decodeJpegItem(container, item);
+    default:
+      return std::nullopt;
+  }
+}
+
+/// Whether the samples are as many as the file says, in planes that belong together.
+bool isAsDeclared(const heif::Container& container, const heif::Item& item, const Raster& raster) {
+  const auto size = heif::spatialExtents(container, item);
+  const PlaneLayout layout = layoutOf(raster);
+  return size && size->width == raster.width && size->height == raster.height && layout.across != 0 && layout.down != 0;
+}
+
+}  // namespace
+
+std::optional<DecodedImage> ItemDecoder::samplesOf(const heif::Item& item, unsigned threads) const {
+  switch (item.type) {
+    case fourCC("grid"):
+      return decodeGrid(*this, item, threads);
+    case fourCC("iovl"):
+      return decodeOverlay(*this, item, threads);
+    case fourCC("iden"):
+      return identityOf(item, threads);
+    default:
+      break;
+  }
+  auto raster = decodeCoded(container_, item, threads);
+  if (!raster || !isAsDeclared(container_, item, *raster)) return std::nullopt;
+  raster->chromaSiting = heif::chromaSitingOf(container_, item);
+  return DecodedImage{std::move(*raster)};
+}
+
+std::optional<DecodedImage> ItemDecoder::identityOf(const heif::Item& item, unsigned threads) const {
+  const auto inputs = container_.referencesFrom(item.id, fourCC("dimg"));
+  if (inputs.size() != 1) return std::nullopt;
+  return decode(input(inputs.front()), Transformations::all, threads);
+}
+
+std::optional<DecodedImage> ItemDecoder::decode(const heif::Item& item, Transformations which, unsigned threads) const {
+  auto image = samplesOf(item, threads);
+  if (!image) return std::nullopt;
+  if (const auto coding = heif::cicpOf(container_, item)) image->raster.coding = *coding;
+  const heif::Item* const alphaItem = heif::alphaImageOf(container_, item.id);
+  if (alphaItem == nullptr) return transformed(std::move(*image), container_, item, which);
+  auto alpha = samplesOf(*alphaItem, threads);
+  if (!alpha) return std::nullopt;
+  return withAlpha({std::move(*image), item}, {std::move(*alpha), *alphaItem}, container_, which);
+}
+
+}  // namespace quellor::formats

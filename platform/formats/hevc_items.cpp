@@ -1,0 +1,91 @@
+#include "platform/formats/hevc_items.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <memory>
+
+#include "platform/formats/hevc_modules.h"
+#include "platform/heif/hevc_configuration.h"
+#include "platform/heif/item_data.h"
+#include "platform/heif/item_properties.h"
+#include "platform/hevc/nal.h"
+#include "platform/hevc/strict_check.h"
+#include "platform/hevc/verify.h"
+
+namespace quellor::formats {
+namespace {
+
+using heif::fourCC;
+
+/// Pictures up to this size are decoded and checked on the calling thread.
+constexpr std::uint64_t kSmallPicture = std::uint64_t{1024} * 1024;
+constexpr unsigned kMaximumThreads = 16;  // of libavcodec
+
+/// The parameter sets of the item and the units of its picture.
+std::optional<hevc::NalStream> streamOf(const heif::Container& container, const heif::Item& item) {
+  const heif::Property* const property = heif::findProperty(container, item, fourCC("hvcC"));
+  const auto configuration = property != nullptr ? heif::readHevcConfiguration(property->payload) : std::nullopt;
+  const auto pieces = heif::itemPieces(container, item);
+  if (!configuration || !pieces) return std::nullopt;
+  hevc::NalStream stream;
+  for (const ByteView unit : configuration->units) {
+    if (!stream.appendUnit(unit)) return std::nullopt;
+  }
+  if (pieces->size() == 1) {
+    return stream.append(pieces->front(), configuration->lengthSize) ? std::optional(std::move(stream)) : std::nullopt;
+  }
+  const auto data = heif::itemData(container, item, SIZE_MAX);
+  return data && stream.append(*data, configuration->lengthSize) ? std::optional(std::move(stream)) : std::nullopt;
+}
+
+bool isOfSize(const hevc::PictureShape& shape, const heif::Container& container, const heif::Item& item) {
+  const auto size = heif::spatialExtents(container, item);
+  return size && size->width == shape.shownWidth && size->height == shape.shownHeight;
+}
+
+Raster rasterOf(const HevcPicture& picture, std::shared_ptr<const void> owner) {
+  Raster raster;
+  raster.width = picture.width;
+  raster.height = picture.height;
+  raster.bitsPerComponent = picture.bits;
+  raster.model = picture.chromaFormat == 0 ? SampleModel::grey : SampleModel::ycbcr;
+  const std::size_t step = picture.bits > 8 ? 2 : 1;
+  const std::uint32_t across = picture.chromaFormat == 1 || picture.chromaFormat == 2 ? 1 : 0;
+  const std::uint32_t down = picture.chromaFormat == 1 ? 1 : 0;
+  for (std::size_t i = 0; i < (picture.chromaFormat == 0 ? 1U : 3U); ++i) {
+    const std::uint32_t shiftX = i == 0 ? 0 : across, shiftY = i == 0 ? 0 : down;
+    raster.components.push_back({picture.planes[i].firstSample, step, picture.planes[i].strideBytes,
+                                 (picture.width + shiftX) >> shiftX, (picture.height + shiftY) >> shiftY});
+  }
+  raster.coding = {picture.colourPrimaries, picture.transferCharacteristics, picture.matrixCoefficients,
+                   picture.fullRange};
+  raster.owner = std::move(owner);
+  return raster;
+}
+
+}  // namespace
+
+std::optional<Raster> decodeHevcItem(const heif::Container& container, const heif::Item& item, unsigned threads) {
+  const HevcDecoder* const decoder = hevcDecoder();
+  auto stream = decoder != nullptr ? streamOf(container, item) : std::nullopt;
+  if (!stream) return std::nullopt;
+  const ByteView bytes = stream->bytes(decoder->paddingBytes);
+  const auto shape = hevc::shapeOf(stream->units());
+  if (shape && !isOfSize(*shape, container, item)) return std::nullopt;
+  const bool large = shape && shape->pixels > kSmallPicture && threads > 1;
+
+  // The check runs beside the decoder where there is a processor for it, else it comes first.
+  hevc::StrictCheck check(*stream, bytes, large);
+  if (!large && !check.passes()) return std::nullopt;
+  HevcPicture picture;
+  const unsigned decoding = large && shape->wavefront ? std::min(threads, kMaximumThreads) : 1;
+  if (!decoder->decode(bytes.data(), bytes.size(), {static_cast<int>(decoding), shape.has_value()}, &picture)) {
+    return std::nullopt;
+  }
+  const std::shared_ptr<const void> owner(picture.frame,
+                                          [decoder](const void* frame) { decoder->release(const_cast<void*>(frame)); });
+  if (large && !check.passes()) return std::nullopt;
+  return rasterOf(picture, owner);
+}
+
+}  // namespace quellor::formats

@@ -1,0 +1,34 @@
+#include "platform/formats/jpeg_items.h"
+
+#include "platform/codecs/jpeg_decode.h"
+#include "platform/heif/item_data.h"
+
+namespace quellor::formats {
+namespace {
+
+/// The tables that several items may share (`jpgC`), then the item's own data.
+std::optional<Bytes> fileOf(const heif::Container& container, const heif::Item& item) {
+  const heif::Property* const prefix = heif::findProperty(container, item, heif::fourCC("jpgC"));
+  auto data = heif::itemData(container, item, SIZE_MAX);
+  if (data && prefix != nullptr) data->insert(data->begin(), prefix->payload.begin(), prefix->payload.end());
+  return data;
+}
+
+}  // namespace
+
+std::optional<heif::ImageSize> declaredJpegSize(const heif::Container& container, const heif::Item& item) {
+  const auto file = fileOf(container, item);
+  const auto size = file ? jpeg::frameSizeOf(*file) : std::nullopt;
+  if (!size) return std::nullopt;
+  return heif::ImageSize{size->first, size->second};
+}
+
+std::optional<Raster> decodeJpegItem(const heif::Container& container, const heif::Item& item) {
+  const auto file = fileOf(container, item);
+  auto raster = file ? jpeg::decodeFile(*file) : std::nullopt;
+  // A container knows no coding of four inks.
+  if (!raster || raster->model == SampleModel::cmyk) return std::nullopt;
+  return raster;
+}
+
+}  // namespace quellor::formats

@@ -1,0 +1,17 @@
+#pragma once
+#include <optional>
+
+#include "platform/heif/container.h"
+#include "platform/heif/item_properties.h"
+#include "platform/image.h"
+
+namespace quellor::formats {
+
+/// The size in the frame header of a JPEG-coded item; absent when there is none that can be read.
+std::optional<heif::ImageSize> declaredJpegSize(const heif::Container& container, const heif::Item& item);
+
+/// The samples of a JPEG-coded item (ISO/IEC 23008-12, annex H), read as strictly as a JPEG file: absent when any of
+/// them is damaged or missing. Throws std::bad_alloc.
+std::optional<Raster> decodeJpegItem(const heif::Container& container, const heif::Item& item);
+
+}  // namespace quellor::formats

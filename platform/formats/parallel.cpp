@@ -1,0 +1,68 @@
+#include "platform/formats/parallel.h"
+
+#include <algorithm>
+#include <atomic>
+#include <condition_variable>
+#include <mutex>
+#include <system_error>
+#include <thread>
+#include <vector>
+
+namespace quellor::formats {
+namespace {
+
+/// Starts up to `count` threads that run `body`; less where no more can be had.
+std::vector<std::thread> started(std::size_t count, const std::function<void()>& body) {
+  std::vector<std::thread> threads;
+  threads.reserve(count);
+  try {
+    while (threads.size() < count) threads.emplace_back(body);
+  } catch (const std::system_error&) {
+    // Fewer have to do.
+  }
+  return threads;
+}
+
+}  // namespace
+
+unsigned processors() { return std::max(1U, std::thread::hardware_concurrency()); }
+
+bool forEachIndex(std::size_t count, unsigned threads, const std::function<bool(std::size_t)>& work) {
+  std::atomic<std::size_t> next = 0;
+  std::atomic<bool> good = true;
+  const auto body = [&] {
+    while (good) {
+      const std::size_t index = next++;
+      if (index >= count) return;
+      try {
+        if (!work(index)) good = false;
+      } catch (...) {
+        good = false;
+      }
+    }
+  };
+  const std::size_t helpers = std::min<std::size_t>(std::max(1U, threads), std::max<std::size_t>(1, count)) - 1;
+  std::vector<std::thread> others = started(helpers, body);
+  body();
+  for (std::thread& thread : others) thread.join();
+  return good;
+}
+
+bool threadsCanBeStarted(unsigned count) {
+  std::mutex mutex;
+  std::condition_variable released;
+  bool done = false;
+  std::vector<std::thread> threads = started(count, [&] {
+    std::unique_lock lock(mutex);
+    released.wait(lock, [&] { return done; });
+  });
+  {
+    const std::lock_guard lock(mutex);
+    done = true;
+  }
+  released.notify_all();
+  for (std::thread& thread : threads) thread.join();
+  return threads.size() == count;
+}
+
+}  // namespace quellor::formats
