@@ -157,9 +157,10 @@ class Checks {
 
   [[nodiscard]] bool isGrid(const Item& item, ImageSize size) const {
     const auto data = heif::itemData(container_, item, kMaximumDerivationBytes);
-    const auto grid = data ? heif::readImageGrid(*data) : std::nullopt;
-    const auto tiles = inputSizes(item);
+    if (!data) return false;
+    const auto grid = heif::readImageGrid(*data);
     if (!grid) return false;
+    const auto tiles = inputSizes(item);
     if (!isSame(grid->size, size) || tiles.size() != std::size_t{grid->columns} * grid->rows) return false;
     const auto isAsFirst = [&](const auto& tile) { return tile && isSame(*tile, *tiles.front()); };
     return tiles.front() && coversGrid(*grid, *tiles.front()) && std::all_of(tiles.begin(), tiles.end(), isAsFirst);

@@ -14,8 +14,7 @@ namespace quellor::heif {
 ///   (ITU-T H.265, E.3.1) or above 5, and where there is no such set that can be read.
 /// - AV1: chroma_sample_position in `av1C`, vertical (left) or co-located (top left); left where it is unknown
 ///   (AV1 bitstream specification, 6.4.2).
-/// - Uncompressed: the `cloc` property (ISO/IEC 23001-17, 6.1.4); left without one.
-/// - JPEG: centre (ITU-T T.871, clause 6). JPEG 2000: top left (ISO/IEC 15444-1, B.2).
+/// - JPEG: centre (ITU-T T.871, clause 6).
 ChromaSiting chromaSitingOf(const Container& container, const Item& image);
 
 }  // namespace quellor::heif

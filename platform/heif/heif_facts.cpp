@@ -58,7 +58,7 @@ std::optional<EncodedFacts> factsOf(ByteView file) {
   facts.height = size.height;
   facts.bitsPerComponent = format.bitsPerComponent;
   facts.colorModel = format.model;
-  facts.hasAlpha = format.hasOwnAlpha || alphaImageOf(*container, primary.id) != nullptr;
+  facts.hasAlpha = alphaImageOf(*container, primary.id) != nullptr;
   facts.orientation = orientationOf(*container, primary);
   // Viewers take the Exif orientation for history in a file that promises MIAF (ISO/IEC 23000-22), and for an
   // instruction in any other one.

@@ -106,7 +106,7 @@ std::optional<int> bitsFromPixi(ByteReader reader) {
 std::optional<SampleFormat> formatFromHevc(ByteReader reader) {
   reader.bytes(16);
   const bool grey = (reader.u8() & 3) == 0;
-  return SampleFormat{(reader.u8() & 7) + 8, grey ? ColorModel::grey : ColorModel::rgb, false};
+  return SampleFormat{(reader.u8() & 7) + 8, grey ? ColorModel::grey : ColorModel::rgb};
 }
 
 /// AV1CodecConfigurationRecord (AV1 in ISOBMFF, 2.3.3): depth and monochrome flags in byte 2.
@@ -114,26 +114,12 @@ std::optional<SampleFormat> formatFromAv1(ByteReader reader) {
   reader.bytes(2);
   const unsigned flags = reader.u8();
   const int bits = (flags & 0x40) == 0 ? 8 : (flags & 0x20) == 0 ? 10 : 12;
-  return SampleFormat{bits, (flags & 0x10) != 0 ? ColorModel::grey : ColorModel::rgb, false};
-}
-
-/// Component definition box of an uncompressed image (ISO/IEC 23001-17, 5.1): 0 is monochrome, 7 is alpha.
-std::optional<SampleFormat> formatFromComponents(ByteReader reader) {
-  SampleFormat format;
-  const std::uint32_t count = reader.u32();
-  for (std::uint32_t i = 0; i < count; ++i) {
-    const std::uint16_t type = reader.u16();
-    if (type == 0) format.model = ColorModel::grey;
-    if (type == 7) format.hasOwnAlpha = true;
-    if (type >= 0x8000) reader.text();
-  }
-  return format;
+  return SampleFormat{bits, (flags & 0x10) != 0 ? ColorModel::grey : ColorModel::rgb};
 }
 
 std::optional<SampleFormat> codedFormat(const Container& container, const Item& item) {
   if (auto format = firstOf(container, item, fourCC("hvcC"), formatFromHevc)) return format;
-  if (auto format = firstOf(container, item, fourCC("av1C"), formatFromAv1)) return format;
-  return firstOf(container, item, fourCC("cmpd"), formatFromComponents);
+  return firstOf(container, item, fourCC("av1C"), formatFromAv1);
 }
 
 }  // namespace

@@ -35,7 +35,6 @@ std::optional<Cicp> cicpOf(const Container& container, const Item& item);
 struct SampleFormat {
   int bitsPerComponent = 8;
   ColorModel model = ColorModel::rgb;
-  bool hasOwnAlpha = false;  // inside the same item, not as an auxiliary image
 };
 SampleFormat sampleFormatOf(const Container& container, const Item& item);
 

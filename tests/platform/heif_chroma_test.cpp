@@ -14,7 +14,6 @@ namespace {
 
 using test_support::box;
 using test_support::FieldWriter;
-using test_support::fullBox;
 using test_support::HeifBuilder;
 
 /// Writes fields of single bits (ITU-T H.265, 7.2 and 9.2).
@@ -157,14 +156,7 @@ TEST(ChromaSiting, OfAv1IsItsSamplePosition) {
   }
 }
 
-TEST(ChromaSiting, OfOtherCodingsIsTheirOwn) {
-  const auto location = [](std::uint8_t type) { return fullBox("cloc", 0, 0, {type}); };
-  EXPECT_EQ(sitingIn(pictureWith("unci", {location(2)})), ChromaSiting::topLeft);
-  EXPECT_EQ(sitingIn(pictureWith("unci", {location(6)})), ChromaSiting::left);
-  EXPECT_EQ(sitingIn(pictureWith("unci", {})), ChromaSiting::left);
-  EXPECT_EQ(sitingIn(pictureWith("jpeg", {})), ChromaSiting::centre);
-  EXPECT_EQ(sitingIn(pictureWith("j2k1", {})), ChromaSiting::topLeft);
-}
+TEST(ChromaSiting, OfJpegIsAmidTheSamples) { EXPECT_EQ(sitingIn(pictureWith("jpeg", {})), ChromaSiting::centre); }
 
 }  // namespace
 }  // namespace quellor::heif

@@ -1,0 +1,18 @@
+#pragma once
+#include "platform/bytes.h"
+#include "platform/image.h"
+
+namespace quellor::test_support {
+
+/// A picture as a HEIF item holds it.
+struct CodedPicture {
+  Bytes configuration;  // a whole `hvcC` box
+  Bytes data;           // NAL units behind lengths of four bytes
+};
+
+/// Codes the components of a planar raster, grey or YCbCr of any of HEVC's chroma formats in 8, 10 or 12 bits, so that
+/// the decoded samples are the raster's own. Sides are 16 or more, and whole where colour differences are halved. The
+/// stream signals the raster's range and matrix. Raises std::runtime_error.
+CodedPicture codeLosslessly(const Raster& raster);
+
+}  // namespace quellor::test_support
