@@ -135,13 +135,16 @@ TEST(HeifOverlay, IsWhatAnotherReaderMakesOfIt) {
   const std::uint32_t first = scene.picture(rgbPicture({10, 60, 110}));
   const std::uint32_t second = scene.picture(rgbPicture({200, 100, 0}));
   const std::uint32_t third = scene.picture(rgbPicture({77, 0, 66}));
-  scene.overlay({0xFFFF, 0x8080, 0}, 40, 30, {{first, -4, -5}, {second, 8, 6}, {third, 30, 25}});
+  // No negative offsets: the other reader misplaces those of 16 bits, and reads past the rows with those of 32.
+  scene.overlay({0xFFFF, 0x8080, 0}, 40, 30, {{first, 4, 5}, {second, 8, 6}, {third, 30, 25}});
   const Bytes file = scene.file();
   const auto path = directory.write("overlay.heic", {reinterpret_cast<const char*>(file.data()), file.size()});
-  const auto judged = test_support::HeifJudge(path.string()).drawn();
+  const auto judged = test_support::HeifJudge(path.string()).coded();
   const auto raster = decoded(scene);
   ASSERT_TRUE(judged && raster);
-  EXPECT_EQ(test_support::samplesOf(*raster), test_support::samplesOf(*judged));
+  for (std::uint32_t y = 0; y < 30; ++y) {
+    for (std::uint32_t x = 0; x < 40; ++x) EXPECT_EQ(colorAt(*raster, x, y), colorAt(*judged, x, y)) << x << "," << y;
+  }
 }
 
 TEST(HeifOverlay, OfDifferentDepthsIsNoImage) {
