@@ -286,15 +286,12 @@ TEST(HeifSamples, AreDescribedByTheCodecConfiguration) {
                {av1C(0x40), 10, ColorModel::rgb},
                {av1C(0x60), 12, ColorModel::rgb},
                {av1C(0x50), 10, ColorModel::grey},
-               {box("cmpd", FieldWriter().u32(1).u16(0).bytes), 8, ColorModel::grey},
-               {box("cmpd", FieldWriter().u32(3).u16(4).u16(5).u16(6).bytes), 8, ColorModel::rgb},
                {box("hvcC", {1, 2}), 8, ColorModel::rgb}};
   for (const auto& c : cases) {
     const EncodedFacts facts = factsWith(pictureWith({c.property}));
     EXPECT_EQ(facts.bitsPerComponent, c.bits);
     EXPECT_EQ(facts.colorModel, c.model);
   }
-  EXPECT_TRUE(factsWith(pictureWith({box("cmpd", FieldWriter().u32(2).u16(0).u16(7).bytes)})).hasAlpha);
   const Bytes pixi = fullBox("pixi", 0, 0, {3, 10, 10, 10});
   EXPECT_EQ(factsWith(pictureWith({pixi})).bitsPerComponent, 10);
 }
