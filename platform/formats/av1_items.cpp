@@ -4,9 +4,10 @@
 #include <array>
 #include <cerrno>
 #include <cstdint>
-#include <dav1d/dav1d.h>
 #include <memory>
 #include <utility>
+
+#include <dav1d/dav1d.h>
 
 #include "platform/heif/item_data.h"
 

@@ -28,23 +28,18 @@ using heif::ImageSize;
 using heif::Item;
 
 /// Properties that may be essential: those that decoding obeys, and those that tell about the image without changing
-/// its samples. `lsel` is none: to obey it a layer would have to be chosen.
+/// its samples. `lsel` and `iscl` are none of them: a layer would have to be chosen, the samples scaled.
 constexpr std::array kUnderstood = {
     fourCC("hvcC"), fourCC("av1C"), fourCC("jpgC"), fourCC("ispe"), fourCC("clap"), fourCC("irot"), fourCC("imir"),
     fourCC("a1op"), fourCC("colr"), fourCC("pixi"), fourCC("pasp"), fourCC("auxC"), fourCC("clli"), fourCC("mdcv"),
     fourCC("cclv"), fourCC("amve"), fourCC("reve"), fourCC("ndwt"), fourCC("rloc"), fourCC("udes"), fourCC("altt"),
-    fourCC("a1lx"), fourCC("subs"), fourCC("tols"), fourCC("oinf"), fourCC("crtt"), fourCC("mdft"), fourCC("uuid")};
+    fourCC("a1lx"), fourCC("crtt"), fourCC("mdft"), fourCC("cmin"), fourCC("cmex")};
 
 bool understandsProperties(const Container& container, const Item& item) {
   return std::all_of(item.properties.begin(), item.properties.end(), [&](const heif::PropertyAssociation& each) {
     const heif::FourCC type = container.properties[each.index].type;
     return !each.essential || std::find(kUnderstood.begin(), kUnderstood.end(), type) != kUnderstood.end();
   });
-}
-
-bool hasItsData(const Container& container, const Item& item) {
-  // Some identity derivations have no data of their own.
-  return item.type == fourCC("iden") || heif::itemPieces(container, item).has_value();
 }
 
 bool isPossible(ImageSize size) {
@@ -90,6 +85,17 @@ class Checks {
  public:
   explicit Checks(const Container& container) : container_(container) {}
 
+  /// Also keeps what reading the data will cost.
+  [[nodiscard]] bool hasItsData(const Item& item) {
+    if (item.type == fourCC("iden")) return true;  // most of them have no data of their own
+    const auto pieces = heif::itemPieces(container_, item);
+    if (!pieces) return false;
+    pieces_ += pieces->size();
+    std::uint64_t& cost = dataCost_[item.id];
+    for (const ByteView piece : *pieces) cost = sum(cost, kCostOfAPiece + piece.size());
+    return pieces_ <= kMaximumPieces;
+  }
+
   [[nodiscard]] bool declaresWhatFits(const Item& item) {
     const auto size = sizeOf(container_, item);
     if (!size || !isPossible(*size) || !understandsProperties(container_, item)) return false;
@@ -112,16 +118,14 @@ class Checks {
     }
   }
 
-  /// The work that an item takes, in samples; every use of it takes as much again. Only for items that refer to each
-  /// other in no circle.
+  /// The work that an item takes, in samples; every use of it takes as much again. Only for items that have their data
+  /// and refer to each other in no circle.
   std::uint64_t workOf(const Item& item) {  // NOLINT(misc-no-recursion)
     if (const auto known = work_.find(item.id); known != work_.end()) return known->second;
     constexpr std::uint64_t kLeast = 4096;  // what setting up a decoder costs
     const ImageSize size = sizeOf(container_, item).value_or(ImageSize{});
     std::uint64_t work = std::max(kLeast, std::uint64_t{size.width} * size.height);
-    for (const ByteView piece : heif::itemPieces(container_, item).value_or(std::vector<ByteView>())) {
-      work = sum(work, piece.size());
-    }
+    if (const auto cost = dataCost_.find(item.id); cost != dataCost_.end()) work = sum(work, cost->second);
     const auto add = [&](const Item* each) { work = each == nullptr ? work : sum(work, workOf(*each)); };
     for (const heif::ItemId id : container_.referencesFrom(item.id, fourCC("dimg"))) add(container_.find(id));
     add(heif::alphaImageOf(container_, item.id));
@@ -129,6 +133,10 @@ class Checks {
   }
 
  private:
+  /// Runs of bytes that items may be cut out of, all together, and what each costs compared to a byte.
+  static constexpr std::size_t kMaximumPieces = std::size_t{1} << 21;
+  static constexpr std::uint64_t kCostOfAPiece = 64;
+
   static std::uint64_t sum(std::uint64_t a, std::uint64_t b) { return a > UINT64_MAX - b ? UINT64_MAX : a + b; }
 
   static bool isOf(std::optional<ImageSize> coded, ImageSize size) { return coded && isSame(*coded, size); }
@@ -175,6 +183,8 @@ class Checks {
   }
 
   const Container& container_;
+  std::size_t pieces_ = 0;
+  std::unordered_map<heif::ItemId, std::uint64_t> dataCost_;
   std::unordered_map<heif::ItemId, std::uint64_t> work_;
 };
 
@@ -193,7 +203,7 @@ bool mayBeDecoded(const Container& container, const Item& image) {
   if (!items) return false;
   Checks checks(container);
   const bool sound = std::all_of(items->begin(), items->end(), [&](const Item* item) {
-    return hasItsData(container, *item) && checks.declaresWhatFits(*item);
+    return checks.hasItsData(*item) && checks.declaresWhatFits(*item);
   });
   return sound && checks.workOf(image) <= reasonableWork(container, image);
 }

@@ -47,19 +47,9 @@ class HeifJudge {
   /// The samples as they are coded, of one depth. Rotation, mirroring and clean aperture are not applied, nor those of
   /// what a derived image is made of. Absent for grey images, and where depths differ or are below 8 bits.
   [[nodiscard]] std::optional<Raster> coded() const {
-    return rasterIn(heif_colorspace_undefined, heif_chroma_undefined);
-  }
-
-  /// The same as the library draws it: red, green and blue of 8 bits, whatever the depths are.
-  [[nodiscard]] std::optional<Raster> drawn() const {
-    return rasterIn(heif_colorspace_RGB, heif_chroma_interleaved_RGB);
-  }
-
- private:
-  [[nodiscard]] std::optional<Raster> rasterIn(heif_colorspace space, heif_chroma chroma) const {
     const HeifOptions options(heif_decoding_options_alloc());
     options->ignore_transformations = 1;
-    const HeifImage image = decode(space, chroma, options.get());
+    const HeifImage image = decode(heif_colorspace_undefined, heif_chroma_undefined, options.get());
     if (!image) return std::nullopt;
     Raster raster;
     raster.owner = image;
@@ -67,6 +57,7 @@ class HeifJudge {
     return withComponents(raster, *image) ? std::optional(raster) : std::nullopt;
   }
 
+ private:
   /// That of the container, else of the bitstream, else what is inferred (ISO/IEC 23000-22, 7.3.6.4).
   [[nodiscard]] Cicp codingOf(heif_image& image) const {
     heif_color_profile_nclx* found = nullptr;
@@ -82,21 +73,19 @@ class HeifJudge {
 
   static bool withComponents(Raster& raster, heif_image& image) {
     const heif_colorspace space = heif_image_get_colorspace(&image);
-    const heif_chroma chroma = heif_image_get_chroma_format(&image);
     if (space == heif_colorspace_monochrome) return false;
     raster.model = space == heif_colorspace_RGB ? SampleModel::rgb : SampleModel::ycbcr;
-    if (chroma >= heif_chroma_interleaved_RGB) return withInterleaved(raster, image, chroma);
     const bool rgb = raster.model == SampleModel::rgb;
     raster.bitsPerComponent = heif_image_get_bits_per_pixel_range(&image, rgb ? heif_channel_R : heif_channel_Y);
     for (const heif_channel channel : {rgb ? heif_channel_R : heif_channel_Y, rgb ? heif_channel_G : heif_channel_Cb,
                                        rgb ? heif_channel_B : heif_channel_Cr}) {
       if (!heif_image_has_channel(&image, channel)) return false;
       if (heif_image_get_bits_per_pixel_range(&image, channel) != raster.bitsPerComponent) return false;
-      raster.components.push_back(component(image, channel, raster.bitsPerComponent, 1));
+      raster.components.push_back(component(image, channel, raster.bitsPerComponent));
     }
     if (heif_image_has_channel(&image, heif_channel_Alpha)) {
       if (heif_image_get_bits_per_pixel_range(&image, heif_channel_Alpha) != raster.bitsPerComponent) return false;
-      raster.alpha = component(image, heif_channel_Alpha, raster.bitsPerComponent, 1);
+      raster.alpha = component(image, heif_channel_Alpha, raster.bitsPerComponent);
     }
     raster.premultiplied = heif_image_is_premultiplied_alpha(&image) != 0;
     raster.width = raster.components[0].width;
@@ -104,27 +93,10 @@ class HeifJudge {
     return raster.bitsPerComponent >= 8;
   }
 
-  static bool withInterleaved(Raster& raster, heif_image& image, heif_chroma chroma) {
-    const bool alpha = chroma == heif_chroma_interleaved_RGBA;
-    if (!alpha && chroma != heif_chroma_interleaved_RGB) return false;
-    const std::size_t count = alpha ? 4 : 3;
-    for (std::size_t i = 0; i < count; ++i) {
-      Component each = component(image, heif_channel_interleaved, 8, count);
-      each.firstSample += i;
-      if (i == 3)
-        raster.alpha = each;
-      else
-        raster.components.push_back(each);
-    }
-    raster.width = raster.components[0].width;
-    raster.height = raster.components[0].height;
-    return true;
-  }
-
-  static Component component(heif_image& image, heif_channel channel, int bits, std::size_t step) {
+  static Component component(heif_image& image, heif_channel channel, int bits) {
     int stride = 0;
     const std::uint8_t* const first = heif_image_get_plane_readonly(&image, channel, &stride);
-    return {first, step * (bits > 8 ? 2 : 1), static_cast<std::size_t>(stride),
+    return {first, bits > 8 ? 2U : 1U, static_cast<std::size_t>(stride),
             static_cast<std::uint32_t>(heif_image_get_width(&image, channel)),
             static_cast<std::uint32_t>(heif_image_get_height(&image, channel))};
   }

@@ -6,6 +6,7 @@
 #include <string>
 #include <utility>
 #include <vector>
+
 #include <x265.h>
 
 #include "platform/heif/hevc_configuration.h"

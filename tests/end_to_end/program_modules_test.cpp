@@ -1,0 +1,96 @@
+// What is left of the program without one of its modules for HEVC, or without threads.
+
+#include <filesystem>
+#include <string>
+#include <unistd.h>
+
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include "tests/support/process.h"
+#include "tests/support/program.h"
+#include "tests/support/temporary_directory.h"
+
+namespace quellor {
+namespace {
+
+using nlohmann::json;
+using test_support::ProcessOptions;
+using test_support::ProcessResult;
+
+constexpr const char* kNothingWritten = "CGImageDestinationFinalize failed";
+
+/// A copy of the program and of all its modules but one.
+class ProgramWithout {
+ public:
+  explicit ProgramWithout(const std::string& module) {
+    std::filesystem::copy_file(QUELLOR_PROGRAM, program());
+    std::filesystem::copy(QUELLOR_MODULES, directory_.path() / "modules");
+    EXPECT_TRUE(std::filesystem::remove(directory_.path() / "modules" / ("quellor-" + module + ".so")));
+  }
+
+  [[nodiscard]] json ask(const std::string& operation) const {
+    ProcessOptions options;
+    options.standardInput = request(operation).dump();
+    return test_support::responseOf(test_support::runProcess(program(), options));
+  }
+
+ private:
+  [[nodiscard]] std::filesystem::path program() const { return directory_.path() / "quellor"; }
+
+  [[nodiscard]] json request(const std::string& operation) const {
+    json fields = {
+        {"protocolVersion", 1}, {"operation", operation}, {"inputPath", std::string(QUELLOR_EXAMPLES) + "/photo.heic"}};
+    if (operation != "inspect") fields["outputPath"] = (directory_.path() / (operation + ".heic")).string();
+    if (operation == "encode-candidate") fields["quality"] = 0.5;
+    return fields;
+  }
+
+  test_support::TemporaryDirectory directory_;
+};
+
+TEST(ProgramWithoutAllModules, IsStillTheProgram) {
+  const ProgramWithout nothing("gif");
+  for (const char* operation : {"inspect", "rewrite-from-source", "encode-candidate"}) {
+    EXPECT_EQ(nothing.ask(operation).value("success", false), true) << operation;
+  }
+}
+
+TEST(ProgramWithoutTheHevcDecoder, HasNoImage) {
+  const ProgramWithout decoder("hevc-decoder");
+  for (const char* operation : {"inspect", "rewrite-from-source", "encode-candidate"}) {
+    test_support::expectNoPrimaryImage(decoder.ask(operation));
+  }
+}
+
+TEST(ProgramWithoutTheHevcEncoder, CopiesButDoesNotEncode) {
+  const ProgramWithout encoder("hevc-encoder");
+  EXPECT_EQ(encoder.ask("inspect").value("success", false), true);
+  EXPECT_EQ(encoder.ask("rewrite-from-source").value("success", false), true);
+  test_support::expectFailure(encoder.ask("encode-candidate"), "destination_finalize_failed", kNothingWritten);
+  test_support::expectFailure(encoder.ask("rewrite-decoded-image"), "destination_finalize_failed", kNothingWritten);
+}
+
+// The encoder's library waits for ever for a thread that it could not start.
+TEST(ProgramWithoutThreads, EndsWithAnAnswer) {
+  if (geteuid() != 0) GTEST_SKIP() << "needs root, to become a user that may start nothing";
+  constexpr uid_t kNobody = 65534;
+  const test_support::TemporaryDirectory directory;
+  std::filesystem::permissions(directory.path(), std::filesystem::perms::all);
+  ProcessOptions options;
+  options.user = kNobody;
+  options.arguments = {"--nproc=1:1", QUELLOR_PROGRAM};
+  options.standardInput = json({{"protocolVersion", 1},
+                                {"operation", "encode-candidate"},
+                                {"quality", 0.5},
+                                {"inputPath", std::string(QUELLOR_EXAMPLES) + "/photo.heic"},
+                                {"outputPath", (directory.path() / "out.heic").string()}})
+                              .dump();
+  const ProcessResult run = test_support::runProcess("/usr/bin/prlimit", options);
+  ASSERT_FALSE(run.timedOut);
+  test_support::expectFailure(test_support::responseOf(run), "destination_finalize_failed", kNothingWritten);
+  EXPECT_TRUE(directory.isEmpty());
+}
+
+}  // namespace
+}  // namespace quellor
