@@ -42,15 +42,20 @@ class PendingData {
   Dav1dData data_{};
 };
 
-struct PictureReleaser {
-  void operator()(Dav1dPicture* picture) const {
-    dav1d_picture_unref(picture);
-    delete picture;  // NOLINT(cppcoreguidelines-owning-memory): the counterpart of make_unique
-  }
-};
-using Picture = std::unique_ptr<Dav1dPicture, PictureReleaser>;
+/// A picture of the decoder, or none yet.
+class Picture {
+ public:
+  Picture() = default;
+  ~Picture() { dav1d_picture_unref(&picture_); }
+  Picture(const Picture&) = delete;
+  Picture& operator=(const Picture&) = delete;
 
-Picture emptyPicture() { return Picture(std::make_unique<Dav1dPicture>().release()); }
+  Dav1dPicture* get() { return &picture_; }
+  const Dav1dPicture& operator*() const { return picture_; }
+
+ private:
+  Dav1dPicture picture_{};
+};
 
 /// The units of the configuration and those of the item, in one run.
 std::optional<Bytes> unitsOf(const heif::Container& container, const heif::Item& item) {
@@ -86,32 +91,27 @@ Context openDecoder(const heif::Container& container, const heif::Item& item, un
 }
 
 /// Null when there is not exactly one picture without an error.
-Picture decodeOne(Dav1dContext* context, const Bytes& units) {
+std::shared_ptr<const Picture> decodeOne(Dav1dContext* context, const Bytes& units) {
   PendingData data(units);
-  Picture picture = emptyPicture();
-  int pictures = 0;
+  std::shared_ptr<const Picture> picture;
   while (true) {
     if (!data.empty()) {
       const int sent = dav1d_send_data(context, data.get());
       if (sent < 0 && sent != DAV1D_ERR(EAGAIN)) return nullptr;
     }
-    Picture next = emptyPicture();
-    const int got = dav1d_get_picture(context, next.get());
-    if (got == 0) {
-      picture = std::move(next);
-      if (++pictures > 1) return nullptr;
-    } else if (got != DAV1D_ERR(EAGAIN)) {
-      return nullptr;
-    } else if (data.empty()) {
-      break;
-    }
+    const auto next = std::make_shared<Picture>();
+    const int got = dav1d_get_picture(context, next->get());
+    if (got == 0 && picture) return nullptr;  // one too many
+    if (got == 0) picture = next;
+    if (got < 0 && got != DAV1D_ERR(EAGAIN)) return nullptr;
+    if (got < 0 && data.empty()) return picture;
   }
-  return pictures == 1 ? std::move(picture) : nullptr;
 }
 
-Raster rasterOf(Picture picture) {
-  const Dav1dPictureParameters& form = picture->p;
-  const Dav1dSequenceHeader& sequence = *picture->seq_hdr;
+Raster rasterOf(const std::shared_ptr<const Picture>& owner) {
+  const Dav1dPicture& picture = **owner;
+  const Dav1dPictureParameters& form = picture.p;
+  const Dav1dSequenceHeader& sequence = *picture.seq_hdr;
   Raster raster;
   raster.width = static_cast<std::uint32_t>(form.w);
   raster.height = static_cast<std::uint32_t>(form.h);
@@ -124,11 +124,11 @@ Raster rasterOf(Picture picture) {
   const unsigned down = form.layout == DAV1D_PIXEL_LAYOUT_I420 ? 1 : 0;
   for (std::size_t i = 0; i < (raster.model == SampleModel::grey ? 1U : 3U); ++i) {
     const unsigned shiftX = i == 0 ? 0 : across, shiftY = i == 0 ? 0 : down;
-    raster.components.push_back({static_cast<const std::uint8_t*>(picture->data[i]), step,
-                                 static_cast<std::size_t>(picture->stride[i == 0 ? 0 : 1]),
+    raster.components.push_back({static_cast<const std::uint8_t*>(picture.data[i]), step,
+                                 static_cast<std::size_t>(picture.stride[i == 0 ? 0 : 1]),
                                  (raster.width + shiftX) >> shiftX, (raster.height + shiftY) >> shiftY});
   }
-  raster.owner = std::shared_ptr<const Dav1dPicture>(std::move(picture));
+  raster.owner = owner;
   return raster;
 }
 
@@ -147,9 +147,9 @@ std::optional<Raster> decodeAv1Item(const heif::Container& container, const heif
   const auto units = unitsOf(container, item);
   const Context context = units && !units->empty() ? openDecoder(container, item, threads) : nullptr;
   if (!context) return std::nullopt;
-  Picture picture = decodeOne(context.get(), *units);
-  if (!picture || picture->stride[0] <= 0) return std::nullopt;
-  return rasterOf(std::move(picture));
+  const auto picture = decodeOne(context.get(), *units);
+  if (!picture || (**picture).stride[0] <= 0) return std::nullopt;
+  return rasterOf(picture);
 }
 
 }  // namespace quellor::formats

@@ -56,7 +56,10 @@ void stretchTo(int bits, Raster& raster, Owners& owners) {
 
 std::optional<DecodedImage> withAlpha(UntransformedImage master, UntransformedImage alpha,
                                       const heif::Container& container, Transformations which) {
-  const heif::Item& alphaTurns = isTransformed(container, alpha.item) ? alpha.item : master.item;
+  const Raster& whole = master.image.raster;
+  const bool shared = !isTransformed(container, alpha.item) && whole.width == alpha.image.raster.width &&
+                      whole.height == alpha.image.raster.height;
+  const heif::Item& alphaTurns = shared ? master.item : alpha.item;
   auto color = transformed(std::move(master.image), container, master.item, which);
   auto opacity = transformed(std::move(alpha.image), container, alphaTurns, which);
   if (!color || !opacity) return std::nullopt;

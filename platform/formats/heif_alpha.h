@@ -13,8 +13,8 @@ struct UntransformedImage {
 };
 
 /// The colour of one image and the first component of another as its alpha, both transformed as their items say. Where
-/// the alpha item says nothing, its master's transformations are meant for both. Where the depths differ, the samples
-/// of the lower one are stretched to the range of the other.
+/// the alpha item says nothing and both are of one size, its master's transformations are meant for both. Where the
+/// depths differ, the samples of the lower one are stretched to the range of the other.
 ///
 /// Absent when the two are not of one size once they are transformed. Throws std::bad_alloc.
 std::optional<DecodedImage> withAlpha(UntransformedImage master, UntransformedImage alpha,

@@ -51,14 +51,14 @@ bool isSame(ImageSize a, ImageSize b) { return a.width == b.width && a.height ==
 std::optional<ImageSize> transformedSize(const Container& container, const Item& item);
 
 /// The size of an item before it is transformed: that of an identity is its input's, whatever it declares.
-std::optional<ImageSize> sizeOf(const Container& container, const Item& item) {  // NOLINT(misc-no-recursion)
+std::optional<ImageSize> sizeOf(const Container& container, const Item& item) {
   if (item.type != fourCC("iden")) return heif::spatialExtents(container, item);
   const auto inputs = container.referencesFrom(item.id, fourCC("dimg"));
   return inputs.size() == 1 ? transformedSize(container, *container.find(inputs.front())) : std::nullopt;
 }
 
 /// The size of an item once it has been transformed; absent where it declares none or none is left.
-std::optional<ImageSize> transformedSize(const Container& container, const Item& item) {  // NOLINT(misc-no-recursion)
+std::optional<ImageSize> transformedSize(const Container& container, const Item& item) {
   auto size = sizeOf(container, item);
   for (const heif::PropertyAssociation& association : item.properties) {
     const heif::Property& property = container.properties[association.index];
@@ -120,7 +120,7 @@ class Checks {
 
   /// The work that an item takes, in samples; every use of it takes as much again. Only for items that have their data
   /// and refer to each other in no circle.
-  std::uint64_t workOf(const Item& item) {  // NOLINT(misc-no-recursion)
+  std::uint64_t workOf(const Item& item) {
     if (const auto known = work_.find(item.id); known != work_.end()) return known->second;
     constexpr std::uint64_t kLeast = 4096;  // what setting up a decoder costs
     const ImageSize size = sizeOf(container_, item).value_or(ImageSize{});

@@ -19,7 +19,7 @@ using heif::fourCC;
 constexpr std::size_t kMaximumDataBytes = 64;
 
 /// Whether what is decoded of the item has alpha.
-bool hasAlpha(const heif::Container& container, const heif::Item& item) {  // NOLINT(misc-no-recursion)
+bool hasAlpha(const heif::Container& container, const heif::Item& item) {
   if (heif::alphaImageOf(container, item.id) != nullptr) return true;
   if (item.type != fourCC("grid") && item.type != fourCC("iden")) return false;
   const auto inputs = container.referencesFrom(item.id, fourCC("dimg"));

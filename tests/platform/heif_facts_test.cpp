@@ -279,14 +279,10 @@ TEST(HeifSamples, AreDescribedByTheCodecConfiguration) {
     Bytes property;
     int bits;
     ColorModel model;
-  } cases[] = {{hvcC(1, 0), 8, ColorModel::rgb},
-               {hvcC(0, 2), 10, ColorModel::grey},
-               {hvcC(3, 4), 12, ColorModel::rgb},
-               {av1C(0), 8, ColorModel::rgb},
-               {av1C(0x40), 10, ColorModel::rgb},
-               {av1C(0x60), 12, ColorModel::rgb},
-               {av1C(0x50), 10, ColorModel::grey},
-               {box("hvcC", {1, 2}), 8, ColorModel::rgb}};
+  } cases[] = {{hvcC(1, 0), 8, ColorModel::rgb},   {hvcC(0, 2), 10, ColorModel::grey},
+               {hvcC(3, 4), 12, ColorModel::rgb},  {av1C(0), 8, ColorModel::rgb},
+               {av1C(0x40), 10, ColorModel::rgb},  {av1C(0x60), 12, ColorModel::rgb},
+               {av1C(0x50), 10, ColorModel::grey}, {box("hvcC", {1, 2}), 8, ColorModel::rgb}};
   for (const auto& c : cases) {
     const EncodedFacts facts = factsWith(pictureWith({c.property}));
     EXPECT_EQ(facts.bitsPerComponent, c.bits);

@@ -221,6 +221,15 @@ TEST(HeifIdentity, OfNothingOrOfTwoImagesIsNone) {
   EXPECT_FALSE(decoded(circle));
 }
 
+TEST(HeifIdentity, OfMoreIdentitiesThanAnybodyNeedsIsNone) {
+  for (const auto& [levels, decodes] : {std::pair(8, true), std::pair(40, false)}) {
+    HeifScene scene;
+    std::uint32_t item = scene.picture(smoothPicture(plan()));
+    for (int level = 0; level < levels; ++level) item = scene.identity(item);
+    EXPECT_EQ(decoded(scene).has_value(), decodes) << levels;
+  }
+}
+
 TEST(HeifAlpha, IsThePlaneOfItsImage) {
   for (const bool premultiplied : {false, true}) {
     HeifScene scene;
@@ -257,6 +266,16 @@ TEST(HeifAlpha, OfAnInputIsTransformedWithIt) {
     EXPECT_EQ(raster->width, kHeight);
     EXPECT_EQ(sampleAt(*raster->alpha, 8, 3, 2), (kWidth - 1 - 2) * 4 + 3);
   }
+}
+
+TEST(HeifAlpha, MayHaveTheSizeThatTheApertureLeaves) {
+  HeifScene scene;
+  const std::uint32_t picture = scene.picture(smoothPicture(plan()), {clap(6, 4, 32, 16, {kWidth, kHeight})});
+  scene.makeAlpha(scene.picture(alphaPicture(32, 16)), picture);
+  const auto raster = decoded(scene);
+  ASSERT_TRUE(raster && raster->alpha);
+  EXPECT_EQ(raster->width, 32U);
+  EXPECT_EQ(sampleAt(*raster->alpha, 8, 0, 0), 0);
 }
 
 TEST(HeifAlpha, OfAnotherSizeLeavesNoImage) {
