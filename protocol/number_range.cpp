@@ -45,7 +45,7 @@ bool isOversized(std::string_view token) {
 /// The position behind the string that begins at `begin` with its quotation mark.
 std::size_t endOfString(std::string_view text, std::size_t begin) {
   std::size_t at = begin + 1;
-  while (at < text.size() && text[at] != '"') at += text[at] == '\\' ? 2 : 1;
+  while (at < text.size() && text[at] != '"') at += text[at] == '\\' ? 2U : 1U;
   return at + 1;
 }
 

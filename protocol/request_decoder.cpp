@@ -49,9 +49,8 @@ class MemberRecorder : public nlohmann::json_sax<Json> {
   bool boolean(bool value) override { return store(value); }
   bool number_integer(number_integer_t value) override { return storeNumber(std::int64_t{value}); }
   bool number_unsigned(number_unsigned_t value) override {
-    // Too large for the protocol's integers, so it goes on as the number that it is.
-    return storeNumber(std::in_range<std::int64_t>(value) ? Value(static_cast<std::int64_t>(value))
-                                                          : Value(static_cast<double>(value)));
+    if (std::in_range<std::int64_t>(value)) return storeNumber(static_cast<std::int64_t>(value));
+    return storeNumber(static_cast<double>(value));  // too large for the protocol's integers, so it goes on as a number
   }
   bool number_float(number_float_t value, const string_t&) override { return storeNumber(value); }
   bool string(string_t& value) override { return store(std::move(value)); }

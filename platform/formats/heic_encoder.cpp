@@ -15,6 +15,7 @@
 #include "platform/heif/hevc_configuration.h"
 #include "platform/hevc/nal.h"
 #include "platform/module.h"
+#include "platform/threads.h"
 
 namespace quellor {
 namespace {
@@ -71,13 +72,17 @@ bool takeUnit(void* receiver, const std::uint8_t* unit, std::size_t size) {
   }
 }
 
-/// Threads for the encoder: one for each processor; none where they cannot be had. Absent where not even those can be
-/// that it always starts.
+/// Threads for the encoder's pool: one for each processor, or none where they cannot be had. Absent where not even the
+/// one thread can be started that the encoder always needs: it would wait for it forever.
 std::optional<std::string> threadPool() {
-  constexpr unsigned kMaximum = 16, kAlways = 4;
-  const unsigned threads = std::min(formats::processors(), kMaximum);
-  if (formats::threadsCanBeStarted(threads + kAlways)) return std::to_string(threads);
-  return formats::threadsCanBeStarted(kAlways) ? std::optional<std::string>("none") : std::nullopt;
+  constexpr unsigned kMaximum = 16;
+  constexpr unsigned kFrameThreads = 1;
+  constexpr unsigned kSpare = 2;  // other processes of the same user may start one until the encoder does
+  const unsigned pool = std::min(formats::processors(), kMaximum);
+  const unsigned wanted = pool + kFrameThreads + kSpare;
+  const unsigned startable = startableThreads(wanted);
+  if (startable == wanted) return std::to_string(pool);
+  return startable >= kFrameThreads ? std::optional<std::string>("none") : std::nullopt;
 }
 
 HevcEncoderJob jobFor(const Raster& planes, const EncoderSettings& settings,

@@ -2,8 +2,6 @@
 
 #include <algorithm>
 #include <atomic>
-#include <condition_variable>
-#include <mutex>
 #include <system_error>
 #include <thread>
 #include <vector>
@@ -46,23 +44,6 @@ bool forEachIndex(std::size_t count, unsigned threads, const std::function<bool(
   body();
   for (std::thread& thread : others) thread.join();
   return good;
-}
-
-bool threadsCanBeStarted(unsigned count) {
-  std::mutex mutex;
-  std::condition_variable released;
-  bool done = false;
-  std::vector<std::thread> threads = started(count, [&] {
-    std::unique_lock lock(mutex);
-    released.wait(lock, [&] { return done; });
-  });
-  {
-    const std::lock_guard lock(mutex);
-    done = true;
-  }
-  released.notify_all();
-  for (std::thread& thread : threads) thread.join();
-  return threads.size() == count;
 }
 
 }  // namespace quellor::formats

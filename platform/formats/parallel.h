@@ -12,8 +12,4 @@ unsigned processors();
 /// started are done without.
 bool forEachIndex(std::size_t count, unsigned threads, const std::function<bool(std::size_t)>& work);
 
-/// Whether `count` threads can run at the same time, tried out. For libraries that wait for ever for a thread that
-/// could not be started.
-bool threadsCanBeStarted(unsigned count);
-
 }  // namespace quellor::formats

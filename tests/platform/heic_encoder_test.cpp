@@ -166,7 +166,5 @@ TEST(Threads, DoEveryIndexOnceAndStopAtTheFirstFailure) {
   EXPECT_TRUE(formats::forEachIndex(0, 2, [](std::size_t) { return false; })) << "nothing to do";
 }
 
-TEST(Threads, CanBeStartedInModestNumbers) { EXPECT_TRUE(formats::threadsCanBeStarted(4)); }
-
 }  // namespace
 }  // namespace quellor
