@@ -87,7 +87,7 @@ class MemberRecorder : public nlohmann::json_sax<Json> {
     const bool oversized = !oversized_.empty() && oversized_.front().ordinal == numbers_;
     if (oversized) oversized_ = oversized_.subspan(1);
     ++numbers_;
-    return store(oversized ? Value(std::numeric_limits<double>::infinity()) : std::move(value));
+    return oversized ? store(std::numeric_limits<double>::infinity()) : store(std::move(value));
   }
 
   bool store(Value value) {
