@@ -105,16 +105,19 @@ class StrictCheck {
 
   static bool hasMarkup(std::string_view text) { return text.find('<') != std::string_view::npos; }
 
+  /// An entity would have to be resolved before the URI could be compared; white space or a quotation mark is no part
+  /// of one, but of whatever a missing quotation mark let in.
+  static bool isPlainUri(std::string_view text) {
+    return text.find_first_of("&<>\"' \t\r\n") == std::string_view::npos;
+  }
+
   bool hasCleanNames(pugi::xml_node element) {
     if (!scope_.nameOf(element).declared) return false;
     const auto attributes = element.attributes();
     return std::all_of(attributes.begin(), attributes.end(), [this](pugi::xml_attribute attribute) {
       const XmlName name = scope_.nameOf(attribute);
       const bool declaresNamespace = name.prefix == "xmlns" || std::string_view(attribute.name()) == "xmlns";
-      // An entity in a URI would have to be resolved before it could be compared.
-      const bool hidesNamespace =
-          declaresNamespace && std::string_view(attribute.value()).find('&') != std::string_view::npos;
-      return name.declared && !hidesNamespace && !hasMarkup(attribute.value());
+      return name.declared && !(declaresNamespace && !isPlainUri(attribute.value())) && !hasMarkup(attribute.value());
     });
   }
 
