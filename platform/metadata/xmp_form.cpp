@@ -105,10 +105,12 @@ class StrictCheck {
 
   static bool hasMarkup(std::string_view text) { return text.find('<') != std::string_view::npos; }
 
-  /// An entity would have to be resolved before the URI could be compared; white space or a quotation mark is no part
-  /// of one, but of whatever a missing quotation mark let in.
+  /// Printable ASCII (RFC 3986, 2). An entity would have to be resolved before the URI could be compared; white space,
+  /// a quotation mark or another script is no part of one, but of what a damaged document runs into it.
   static bool isPlainUri(std::string_view text) {
-    return text.find_first_of("&<>\"' \t\r\n") == std::string_view::npos;
+    return std::all_of(text.begin(), text.end(), [](char c) {
+      return c > ' ' && c < 0x7F && std::string_view("&<>\"'").find(c) == std::string_view::npos;
+    });
   }
 
   bool hasCleanNames(pugi::xml_node element) {

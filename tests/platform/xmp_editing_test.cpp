@@ -237,6 +237,7 @@ TEST(XmpEditing, RefusesToRemoveFromWhatIsNoStrictPacket) {
       {"an undeclared prefix of an attribute", packet("n:a='1'", "")},
       {"an entity in a namespace", packet("xmlns:n='http://ns.adobe.com/tiff/1.0&#47;' n:Make='1'", "")},
       {"a quotation mark in a namespace", packet("xmlns:n='urn:n\" tiff:Make=\"1'", "")},
+      {"another script in a namespace", packet("xmlns:n='urn:\xC3\xBC'", "")},
       {"white space in a namespace", packet("xmlns:n='urn:n exif:FNumber=1'", "")},
       {"markup in an attribute", packet("dc:a='<exif:FNumber>1'", "")},
       {"markup in a CDATA section", packet("", "<dc:a><![CDATA[<exif:FNumber>1]]></dc:a>")},
