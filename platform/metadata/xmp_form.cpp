@@ -189,6 +189,12 @@ ByteView withoutNulsBehind(ByteView packet) {
   return packet.first(static_cast<std::size_t>(packet.rend() - last));
 }
 
+/// As every XML document does, white space apart; the parser overlooks a lone "<" at the end.
+bool endsWithTag(ByteView text) {
+  const auto last = std::find_if(text.rbegin(), text.rend(), [](std::uint8_t byte) { return byte > ' '; });
+  return last != text.rend() && *last == '>';
+}
+
 bool isUtf8(ByteView text) {
   const std::string decoded = decodeText(text);
   return std::equal(text.begin(), text.end(), decoded.begin(), decoded.end(),
@@ -201,8 +207,9 @@ bool parsePacket(ByteView packet, PacketTree& tree) {
   if (packet.empty() || packet.size() > kMaximumPacketBytes) return false;
   const bool wide = isWide(packet);
   const ByteView text = wide ? packet : withoutNulsBehind(packet);
-  const bool hasNul = !wide && std::find(text.begin(), text.end(), std::uint8_t{0}) != text.end();
-  if (hasNul || !tree.document.load_buffer(text.data(), text.size(), kParsing)) return false;
+  const bool hasNul = std::find(text.begin(), text.end(), std::uint8_t{0}) != text.end();
+  if (!wide && (hasNul || !endsWithTag(text))) return false;
+  if (!tree.document.load_buffer(text.data(), text.size(), kParsing)) return false;
   tree.saysAllInUtf8 = !wide && text.size() == packet.size() && isUtf8(text);
   DocumentCheck check;
   tree.document.traverse(check);

@@ -211,6 +211,7 @@ TEST(XmpEditing, RefusesWhatCannotBeParsed) {
                                "no XML at all",
                                "<a",
                                "<a></b>",
+                               "<a/> <",
                                "<a/><b/>",
                                "text <a/>",
                                "<!DOCTYPE a [<!ENTITY e 'exif'>]><a>&e;</a>",
