@@ -1,8 +1,7 @@
-// What is left of the program without one of its modules for HEVC, or without threads.
+// What is left of the program without one of its modules for HEVC.
 
 #include <filesystem>
 #include <string>
-#include <unistd.h>
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
@@ -16,7 +15,6 @@ namespace {
 
 using nlohmann::json;
 using test_support::ProcessOptions;
-using test_support::ProcessResult;
 
 /// The code of a failure.
 std::string failure(const json& response) { return response.value("error", json::object()).value("code", "none"); }
@@ -70,27 +68,6 @@ TEST(ProgramWithoutTheHevcEncoder, CopiesButDoesNotEncode) {
   EXPECT_EQ(encoder.ask("rewrite-from-source").value("success", false), true);
   EXPECT_EQ(failure(encoder.ask("encode-candidate")), "destination_finalize_failed");
   EXPECT_EQ(failure(encoder.ask("rewrite-decoded-image")), "destination_finalize_failed");
-}
-
-// The encoder's library waits for ever for a thread that it could not start.
-TEST(ProgramWithoutThreads, EndsWithAnAnswer) {
-  if (geteuid() != 0) GTEST_SKIP() << "needs root, to become a user that may start nothing";
-  constexpr uid_t kNobody = 65534;
-  const test_support::TemporaryDirectory directory;
-  std::filesystem::permissions(directory.path(), std::filesystem::perms::all);
-  ProcessOptions options;
-  options.user = kNobody;
-  options.arguments = {"--nproc=1:1", QUELLOR_PROGRAM};
-  options.standardInput = json({{"protocolVersion", 1},
-                                {"operation", "encode-candidate"},
-                                {"quality", 0.5},
-                                {"inputPath", std::string(QUELLOR_EXAMPLES) + "/photo.heic"},
-                                {"outputPath", (directory.path() / "out.heic").string()}})
-                              .dump();
-  const ProcessResult run = test_support::runProcess("/usr/bin/prlimit", options);
-  ASSERT_FALSE(run.timedOut);
-  EXPECT_EQ(failure(test_support::responseOf(run)), "destination_finalize_failed");
-  EXPECT_TRUE(directory.isEmpty());
 }
 
 }  // namespace

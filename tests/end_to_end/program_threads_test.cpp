@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include "tests/support/corpus.h"
 #include "tests/support/png_fixture.h"
 #include "tests/support/program.h"
 #include "tests/support/request.h"
@@ -102,6 +103,12 @@ class FewThreads : public ::testing::TestWithParam<const char*> {
 TEST_P(FewThreads, AreEnoughForAnAnswerAboutAPng) { expectAnAnswerAtEveryLimit(png()); }
 
 TEST_P(FewThreads, AreEnoughForAnAnswerAboutAHeic) { expectAnAnswerAtEveryLimit(heic()); }
+
+TEST_P(FewThreads, AreEnoughForAnAnswerAboutTiles) {
+  const auto tiles = test_support::samples() / "special" / "zPug_3.heic";
+  if (!std::filesystem::exists(tiles)) GTEST_SKIP() << "no sample files";
+  expectAnAnswerAtEveryLimit(tiles);
+}
 
 INSTANTIATE_TEST_SUITE_P(All, FewThreads,
                          ::testing::Values(kInspect, test_support::kEncodeCandidate, test_support::kRewriteFromSource,
