@@ -104,11 +104,18 @@ TEST_P(FewThreads, AreEnoughForAnAnswerAboutAPng) { expectAnAnswerAtEveryLimit(p
 
 TEST_P(FewThreads, AreEnoughForAnAnswerAboutAHeic) { expectAnAnswerAtEveryLimit(heic()); }
 
-TEST_P(FewThreads, AreEnoughForAnAnswerAboutTiles) {
+/// What decodes a HEIC file and encodes none.
+class DecodingWithFewThreads : public FewThreads {};
+
+TEST_P(DecodingWithFewThreads, IsPossibleForTiles) {
   const auto tiles = test_support::samples() / "conformance" / "C007.heic";
   if (!std::filesystem::exists(tiles)) GTEST_SKIP() << "no sample files";
   expectAnAnswerAtEveryLimit(tiles);
 }
+
+INSTANTIATE_TEST_SUITE_P(All, DecodingWithFewThreads,
+                         ::testing::Values(kInspect, test_support::kRewriteFromSource, test_support::kExport),
+                         [](const auto& tested) { return test_support::testNameOf(tested.param); });
 
 INSTANTIATE_TEST_SUITE_P(All, FewThreads,
                          ::testing::Values(kInspect, test_support::kEncodeCandidate, test_support::kRewriteFromSource,
