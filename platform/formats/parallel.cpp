@@ -2,7 +2,7 @@
 
 #include <algorithm>
 #include <atomic>
-#include <system_error>
+#include <exception>
 #include <thread>
 #include <vector>
 
@@ -15,8 +15,8 @@ std::vector<std::thread> started(std::size_t count, const std::function<void()>&
   threads.reserve(count);
   try {
     while (threads.size() < count) threads.emplace_back(body);
-  } catch (const std::system_error&) {
-    // Fewer have to do.
+  } catch (const std::exception&) {
+    // Fewer have to do, whether a thread or the memory for it was refused.
   }
   return threads;
 }
