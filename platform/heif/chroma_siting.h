@@ -13,7 +13,7 @@ namespace quellor::heif {
 /// - HEVC: chroma_sample_loc_type_top_field of the sequence parameter set in `hvcC`; left where that is absent
 ///   (ITU-T H.265, E.3.1) or above 5, and where there is no such set that can be read.
 /// - AV1: chroma_sample_position in `av1C`, vertical (left) or co-located (top left); left where it is unknown
-///   (AV1 bitstream specification, 6.4.2).
+///   (AV1 Bitstream & Decoding Process, 6.4.2).
 /// - JPEG: centre (ITU-T T.871, clause 6).
 ChromaSiting chromaSitingOf(const Container& container, const Item& image);
 

@@ -16,23 +16,25 @@ std::optional<Bytes> editedPacket(ByteView packet, const XmpEdit& edit, const Xm
   return edited;
 }
 
-/// Whether a packet in the Exif block may stay where it is.
-bool packetsInsideStay(const ExifDirectories& directories, const XmpEdit& edit, const XmpEngine& xmp) {
+/// Whether the packet in the Exif block may stay where it is. Several of them are not looked into, because thousands
+/// could share the bytes of one: they stay when nothing has to be removed.
+bool packetInsideStays(const ExifDirectories& directories, const XmpEdit& edit, const XmpEngine& xmp) {
   const auto& entries = directories.first.entries;
-  return std::all_of(entries.begin(), entries.end(), [&](const TiffEntry& entry) {
-    if (entry.tag != exif_tag::kXmp) return true;
-    if (!entry.valueReadable) return !edit.removals.inside();
-    const ByteView packet = valueBytes(directories.block, entry);
-    const auto edited = editedPacket(packet, edit, xmp);
-    return edited && std::ranges::equal(*edited, packet);
-  });
+  const auto isPacket = [](const TiffEntry& entry) { return entry.tag == exif_tag::kXmp; };
+  const auto entry = std::find_if(entries.begin(), entries.end(), isPacket);
+  if (entry == entries.end()) return true;
+  const bool several = std::any_of(entry + 1, entries.end(), isPacket);
+  if (several || !entry->valueReadable) return !edit.removals.inside();
+  const ByteView packet = valueBytes(directories.block, *entry);
+  const auto edited = editedPacket(packet, edit, xmp);
+  return edited && std::ranges::equal(*edited, packet);
 }
 
 std::optional<Bytes> editedExifBlock(ByteView block, const XmpEdit& edit, const XmpEngine& xmp) {
   const auto directories = readExifDirectories(block);
   if (!directories) return std::nullopt;
   ExifEdit inBlock{edit.removals, edit.orientation};
-  inBlock.removals.packet = edit.removals.packet || !packetsInsideStay(*directories, edit, xmp);
+  inBlock.removals.packet = edit.removals.packet || !packetInsideStays(*directories, edit, xmp);
   return editedExif(*directories, inBlock);
 }
 

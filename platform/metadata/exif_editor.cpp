@@ -176,12 +176,11 @@ class ExifEditor {
     usage_.keep(rewrite.before.position, tiffDirectorySize(rewrite.entries.size()) + link);
   }
 
+  /// The first note of a directory counts: thousands could share the bytes of one.
   void spareWhatNotesReferTo(const TiffDirectory& directory) {
-    if (edit_.removals.makerNote) return;
-    const std::string make = makeIn(directories_);
-    for (const TiffEntry& entry : directory.entries) {
-      if (entry.tag == exif_tag::kMakerNote) usage_.spare(makerNoteReferences(block_, entry, make));
-    }
+    const TiffEntry* const note = directory.find(exif_tag::kMakerNote);
+    if (note == nullptr || edit_.removals.makerNote) return;
+    usage_.spare(makerNoteReferences(block_, *note, makeIn(directories_)));
   }
 
   [[nodiscard]] std::optional<Bytes> edited() const {

@@ -37,12 +37,12 @@ void addNested(PropertyDictionary& properties, std::string_view group, std::stri
 void addMakerNotes(const ExifDirectories& directories, PropertyDictionary& properties) {
   const std::string make = makeIn(directories);
   for (const TiffDirectory& directory : directories.exif) {
-    for (const TiffEntry& entry : directory.entries) {
-      if (entry.tag != exif_tag::kMakerNote || !entry.valueReadable) continue;
-      addNested(properties, kExif, kExifMakerNote);
-      const auto key = makerDictionaryKey(directories.block, entry, make);
-      if (key) properties.set(*key, PropertyDictionary{});
-    }
+    // The first note of a directory counts: thousands could share the bytes of one.
+    const TiffEntry* const note = directory.find(exif_tag::kMakerNote);
+    if (note == nullptr) continue;
+    addNested(properties, kExif, kExifMakerNote);
+    const auto key = makerDictionaryKey(directories.block, *note, make);
+    if (key) properties.set(*key, PropertyDictionary{});
   }
 }
 

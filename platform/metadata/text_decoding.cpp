@@ -60,9 +60,4 @@ std::string decodeText(ByteView bytes) {
   return text;
 }
 
-std::string decodeTerminatedText(ByteView bytes) {
-  const auto end = std::find(bytes.begin(), bytes.end(), std::uint8_t{0});
-  return decodeText(bytes.first(static_cast<std::size_t>(end - bytes.begin())));
-}
-
 }  // namespace quellor::metadata

@@ -9,7 +9,4 @@ namespace quellor::metadata {
 /// byte counts as the ISO 8859-1 character of that number. Cameras and editors write both, and none says which.
 std::string decodeText(ByteView bytes);
 
-/// Like decodeText, up to the first NUL.
-std::string decodeTerminatedText(ByteView bytes);
-
 }  // namespace quellor::metadata

@@ -109,6 +109,26 @@ TEST(BlockEditing, KeepsAPacketInTheExifBlockOnlyAsItIs) {
   EXPECT_FALSE(holds(edited(blocks, kNothing, 6).exif, "tiff:Orientation"));
 }
 
+TEST(BlockEditing, KeepsSeveralPacketsInTheExifBlockOnlyWhereNothingIsRemoved) {
+  const MetadataBlocks blocks{photoBlock({packetEntry(), packetEntry()}), {}, {}};
+  EXPECT_TRUE(holds(edited(blocks, kNothing).exif, kPacket));
+  for (const MetadataRemovals& removals : {kPosition, kCamera, kThePacket}) {
+    EXPECT_FALSE(holds(edited(blocks, removals).exif, "52,31.2N"));
+  }
+}
+
+TEST(BlockEditing, LooksIntoNoMoreThanOneOfThousandsThatShareTheirBytes) {
+  // Each looked into for itself, these would cost the square of what the block has bytes.
+  const TiffStructure n(true);
+  std::vector<Entry> first(20'000, {700, 1, 400'000, n.number(8, 4)});
+  const std::uint32_t exifAt = 8 + TiffStructure::sizeOf(first) + 12;
+  first.push_back(n.longEntry(34665, exifAt));
+  const std::vector<Entry> exif(20'000, {37500, 7, 400'000, n.number(8, 4)});
+  const Bytes block = TiffStructure(true).directory(first).directory(exif).bytes();
+  EXPECT_EQ(edited({block, {}, {}}, kPosition).exif, std::nullopt) << "packets go and notes stay in the same bytes";
+  EXPECT_EQ(keysOf(exifProperties(block)), "{Exif} {Exif}/MakerNote {TIFF}");
+}
+
 TEST(BlockEditing, WritesTheOrientation) {
   const TiffStructure s(true);
   for (const auto& more : {std::vector<Entry>{}, std::vector<Entry>{s.shortEntry(274, 3)}}) {

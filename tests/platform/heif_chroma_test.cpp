@@ -148,7 +148,7 @@ TEST(ChromaSiting, OfAGridIsThatOfItsTiles) {
 }
 
 TEST(ChromaSiting, OfAv1IsItsSamplePosition) {
-  // AV1 bitstream specification, 6.4.2: unknown, vertical (left), co-located, reserved.
+  // AV1 Bitstream & Decoding Process, 6.4.2: unknown, vertical (left), co-located, reserved.
   const ChromaSiting expected[] = {ChromaSiting::left, ChromaSiting::left, ChromaSiting::topLeft, ChromaSiting::left};
   for (std::uint8_t position = 0; position < 4; ++position) {
     const Bytes record = {0x81, 0, static_cast<std::uint8_t>(0x0C | position), 0};
