@@ -8,9 +8,9 @@
 #include <string>
 #include <unistd.h>
 
-#include "platform/descriptor_wait.h"
-#include "platform/file_descriptor.h"
-#include "platform/gathered_write.h"
+#include "platform/files/descriptor_wait.h"
+#include "platform/files/file_descriptor.h"
+#include "platform/files/gathered_write.h"
 #include "protocol/response_encoder.h"
 
 namespace quellor {

@@ -1,6 +1,6 @@
 #include "observe/image_access.h"
 
-#include "platform/sha256.h"
+#include "platform/values/sha256.h"
 #include "protocol/failure.h"
 
 namespace quellor {

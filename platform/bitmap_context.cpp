@@ -1,6 +1,8 @@
 #include "platform/bitmap_context.h"
 
-#include "platform/pixels/pixel_engine.h"
+#include <new>
+
+#include "platform/pixels/rgbx_drawing.h"
 
 namespace quellor {
 namespace {
@@ -16,16 +18,19 @@ bool fills(std::int64_t width, std::int64_t height, std::size_t room) {
 
 }  // namespace
 
-std::optional<BitmapContext> BitmapContext::create(const PixelEngine* engine, std::int64_t width, std::int64_t height,
-                                                   const ColorSpace& space, std::span<std::uint8_t> pixels) {
-  if (engine == nullptr || componentCount(space.model()) != 3 || !fills(width, height, pixels.size()))
-    return std::nullopt;
-  return BitmapContext(*engine, width, height, pixels);
+std::optional<BitmapContext> BitmapContext::create(std::int64_t width, std::int64_t height, const ColorSpace& space,
+                                                   std::span<std::uint8_t> pixels) {
+  if (componentCount(space.model()) != 3 || !fills(width, height, pixels.size())) return std::nullopt;
+  return BitmapContext(width, height, pixels);
 }
 
 bool BitmapContext::draw(const Image& image) const {
   if (image.width() != width_ || image.height() != height_) return false;
-  return engine_.drawRgbx(image.raster, pixels_);
+  try {
+    return pixels::drawRgbx(image.raster, pixels_);
+  } catch (const std::bad_alloc&) {
+    return false;
+  }
 }
 
 }  // namespace quellor

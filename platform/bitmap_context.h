@@ -8,16 +8,14 @@
 
 namespace quellor {
 
-struct PixelEngine;
-
 /// A place to draw one image: 8-bit red, green, blue and a skipped fourth byte per pixel, rows of exactly width * 4
 /// bytes from the top.
 class BitmapContext {
  public:
   /// A context over `pixels`, which has width * height * 4 bytes and outlives it. Absent for a colour space without
-  /// three components, for other sizes, and without an engine; `engine` outlives the context.
-  static std::optional<BitmapContext> create(const PixelEngine* engine, std::int64_t width, std::int64_t height,
-                                             const ColorSpace& space, std::span<std::uint8_t> pixels);
+  /// three components and for other sizes.
+  static std::optional<BitmapContext> create(std::int64_t width, std::int64_t height, const ColorSpace& space,
+                                             std::span<std::uint8_t> pixels);
 
   /// Draws an image of exactly the context's size over black, as it is stored and without changing its colour space.
   /// False, with nothing drawn, for another size, for samples without three colour components, and where memory runs
@@ -25,10 +23,9 @@ class BitmapContext {
   [[nodiscard]] bool draw(const Image& image) const;
 
  private:
-  BitmapContext(const PixelEngine& engine, std::int64_t width, std::int64_t height, std::span<std::uint8_t> pixels)
-      : engine_(engine), width_(width), height_(height), pixels_(pixels) {}
+  BitmapContext(std::int64_t width, std::int64_t height, std::span<std::uint8_t> pixels)
+      : width_(width), height_(height), pixels_(pixels) {}
 
-  const PixelEngine& engine_;
   std::int64_t width_;
   std::int64_t height_;
   std::span<std::uint8_t> pixels_;

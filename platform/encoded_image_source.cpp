@@ -19,43 +19,27 @@ std::optional<Kind> kindNamed(std::string_view type) {
   return std::nullopt;
 }
 
-ColorModel colorModelOf(SampleModel samples) {
-  switch (samples) {
-    case SampleModel::grey:
-      return ColorModel::grey;
-    case SampleModel::cmyk:
-      return ColorModel::cmyk;
-    case SampleModel::rgb:
-    case SampleModel::ycbcr:
-      break;
-  }
-  return ColorModel::rgb;
-}
-
 }  // namespace
 
-EncodedImageSource::EncodedImageSource(FileContents file, EncodedFacts facts, const Codec& codec,
-                                       const ColorEngine& colors, const XmpEngine& xmp)
+EncodedImageSource::EncodedImageSource(FileContents file, ImageFacts facts, const ImageFormat& format)
     : file_(std::move(file)),
       facts_(std::move(facts)),
-      codec_(codec),
-      colors_(colors),
-      xmp_(xmp),
-      color_(colorSpaceOf(&colors, facts_.colorModel, facts_.iccProfile, facts_.cicp)) {}
+      format_(format),
+      color_(colorSpaceOf(facts_.colorModel, facts_.iccProfile, facts_.cicp)) {}
 
 std::optional<PropertyDictionary> EncodedImageSource::propertiesAt(std::size_t index) const {
   if (index != 0 || count() == 0) return std::nullopt;
-  return imageProperties(facts_, color_.profileName, xmp_);
+  return imageProperties(facts_, color_.profileName);
 }
 
 std::optional<Image> EncodedImageSource::imageAt(std::size_t index) const {
   if (index != 0 || count() == 0) return std::nullopt;
-  auto raster = codec_.decode(file_.view());
+  auto raster = format_.decode(file_.view());
   if (!raster) return std::nullopt;
   const ColorModel model = colorModelOf(raster->model);
   // Some files tell only in the bitstream that they are grey.
   const bool asTold = model == facts_.colorModel;
-  const ImageColor color = asTold ? color_ : colorSpaceOf(&colors_, model, facts_.iccProfile, facts_.cicp);
+  const ImageColor color = asTold ? color_ : colorSpaceOf(model, facts_.iccProfile, facts_.cicp);
   return Image{std::move(*raster), color.space};
 }
 

@@ -1,18 +1,17 @@
 #pragma once
-#include "platform/codecs/codec.h"
-#include "platform/color/color_space_of.h"
+#include "platform/color_space_of.h"
+#include "platform/files/regular_file.h"
+#include "platform/formats/image_format.h"
 #include "platform/image_source.h"
-#include "platform/metadata/xmp_engine.h"
-#include "platform/regular_file.h"
+#include "platform/values/image_facts.h"
 
 namespace quellor {
 
-/// An image source on a file in memory and the codec of its format.
+/// An image source on a file in memory and its format.
 class EncodedImageSource final : public ImageSource {
  public:
-  /// `codec`, `colors` and `xmp` outlive the source.
-  EncodedImageSource(FileContents file, EncodedFacts facts, const Codec& codec, const ColorEngine& colors,
-                     const XmpEngine& xmp);
+  /// `format` outlives the source.
+  EncodedImageSource(FileContents file, ImageFacts facts, const ImageFormat& format);
 
   [[nodiscard]] std::size_t count() const override { return facts_.imageCount; }
   [[nodiscard]] std::optional<PropertyDictionary> propertiesAt(std::size_t index) const override;
@@ -23,10 +22,8 @@ class EncodedImageSource final : public ImageSource {
 
  private:
   FileContents file_;
-  EncodedFacts facts_;
-  const Codec& codec_;
-  const ColorEngine& colors_;
-  const XmpEngine& xmp_;
+  ImageFacts facts_;
+  const ImageFormat& format_;
   ImageColor color_;  // for the colour model that the facts tell
 };
 

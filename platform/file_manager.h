@@ -4,7 +4,7 @@
 #include <span>
 #include <string>
 
-#include "platform/bytes.h"
+#include "platform/values/bytes.h"
 #include "platform/described_error.h"
 
 namespace quellor {

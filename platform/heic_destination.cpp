@@ -5,9 +5,9 @@
 #include <utility>
 
 #include "platform/color/known_spaces.h"
-#include "platform/directory_sync.h"
+#include "platform/files/directory_sync.h"
 #include "platform/formats/heic_encoder.h"
-#include "platform/gathered_write.h"
+#include "platform/files/gathered_write.h"
 #include "platform/heif/container_reader.h"
 #include "platform/heif/container_writer.h"
 #include "platform/heif/item_properties.h"
@@ -15,9 +15,9 @@
 #include "platform/heif/output_properties.h"
 #include "platform/heif/primary_copy.h"
 #include "platform/metadata/block_editing.h"
-#include "platform/metadata/metadata_removals.h"
-#include "platform/path.h"
-#include "platform/pixels/pixel_engine.h"
+#include "platform/image_properties.h"
+#include "platform/files/path.h"
+#include "platform/pixels/encoding_form.h"
 
 namespace quellor {
 namespace {
@@ -36,16 +36,13 @@ double qualityIn(const PropertyDictionary& properties) {
 }
 
 /// Gives the file what the properties say of the image apart from its samples: its orientation and its metadata blocks,
-/// without what was removed from the properties. False when the blocks cannot be looked into.
-bool describe(heif::OutputFile& file, const PropertyDictionary& properties, const ModuleLoader& modules) {
+/// without what was removed from the properties.
+void describe(heif::OutputFile& file, const PropertyDictionary& properties) {
   const auto orientation = orientationIn(properties);
   if (orientation) heif::setOrientation(file, *orientation);
-  const auto* const xmp = modules.open<XmpEngine>("xmp", kXmpEngineEntry);
-  if (xmp == nullptr) return false;
   const MetadataBlocks none;
   const MetadataBlocks& blocks = properties.blocks() ? *properties.blocks() : none;
-  heif::addMetadata(file, editedBlocks(blocks, removalsOf(properties), orientation, *xmp));
-  return true;
+  heif::addMetadata(file, editedBlocks(blocks, removalsOf(properties), orientation));
 }
 
 /// Code points for an encoded image: primaries and transfer of its colour space, matrix and range of its samples. An
@@ -62,15 +59,11 @@ std::optional<heif::OutputFile> copied(ByteView file) {
   return container ? heif::copyOfPrimaryImage(*container) : std::nullopt;
 }
 
-std::optional<heif::OutputFile> encoded(const Image& image, const PropertyDictionary& properties,
-                                        const ModuleLoader& modules) {
-  const auto* const pixels = modules.open<PixelEngine>("pixels", kPixelEngineEntry);
-  const auto* const encoder = modules.open<HeicEncoder>("heif", kHeicEncoderEntry);
-  if (pixels == nullptr || encoder == nullptr) return std::nullopt;
-  auto raster = pixels->forEncoding(image.raster);
+std::optional<heif::OutputFile> encoded(const Image& image, const PropertyDictionary& properties) {
+  auto raster = pixels::encodingForm(image.raster);
   if (!raster) return std::nullopt;
   raster->coding = codingOf(*raster, image.colorSpace);
-  auto file = encoder->encode(*raster, qualityIn(properties));
+  auto file = encodeHeic(*raster, qualityIn(properties));
   if (!file) return std::nullopt;
 
   heif::declareMiaf(*file);
@@ -81,11 +74,11 @@ std::optional<heif::OutputFile> encoded(const Image& image, const PropertyDictio
 
 }  // namespace
 
-std::unique_ptr<HeicDestination> HeicDestination::create(const std::string& path, const ModuleLoader& modules) {
+std::unique_ptr<HeicDestination> HeicDestination::create(const std::string& path) {
   if (!isUsablePath(path)) return nullptr;
   FileDescriptor file(open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666));
   if (!file.isOpen()) return nullptr;
-  return std::unique_ptr<HeicDestination>(new HeicDestination(std::move(file), path, modules));
+  return std::unique_ptr<HeicDestination>(new HeicDestination(std::move(file), path));
 }
 
 void HeicDestination::accept(std::optional<heif::OutputFile> image) {
@@ -94,8 +87,8 @@ void HeicDestination::accept(std::optional<heif::OutputFile> image) {
 }
 
 void HeicDestination::addImage(const Image& image, const PropertyDictionary& properties) {
-  auto file = encoded(image, properties, modules_);
-  if (file && !describe(*file, properties, modules_)) file = std::nullopt;
+  auto file = encoded(image, properties);
+  if (file) describe(*file, properties);
   accept(std::move(file));
 }
 
@@ -103,7 +96,7 @@ void HeicDestination::addImageFromSource(const ImageSource& source, std::size_t 
                                          const std::optional<PropertyDictionary>& properties) {
   auto file = index == 0 ? copied(source.file()) : std::nullopt;
   if (file) {
-    if (properties && !describe(*file, *properties, modules_)) file = std::nullopt;
+    if (properties) describe(*file, *properties);
     return accept(std::move(file));
   }
   const auto image = source.imageAt(index);

@@ -3,10 +3,9 @@
 #include <optional>
 #include <string>
 
-#include "platform/file_descriptor.h"
+#include "platform/files/file_descriptor.h"
 #include "platform/heif/output_file.h"
 #include "platform/image_destination.h"
-#include "platform/module.h"
 
 namespace quellor {
 
@@ -14,7 +13,7 @@ namespace quellor {
 class HeicDestination final : public ImageDestination {
  public:
   /// Creates the file at `path`, which must not exist; null when it cannot be created.
-  static std::unique_ptr<HeicDestination> create(const std::string& path, const ModuleLoader& modules);
+  static std::unique_ptr<HeicDestination> create(const std::string& path);
 
   void addImage(const Image& image, const PropertyDictionary& properties) override;
   void addImageFromSource(const ImageSource& source, std::size_t index,
@@ -22,14 +21,12 @@ class HeicDestination final : public ImageDestination {
   [[nodiscard]] bool finalize() override;
 
  private:
-  HeicDestination(FileDescriptor file, std::string path, const ModuleLoader& modules)
-      : file_(std::move(file)), path_(std::move(path)), modules_(modules) {}
+  HeicDestination(FileDescriptor file, std::string path) : file_(std::move(file)), path_(std::move(path)) {}
 
   void accept(std::optional<heif::OutputFile> image);
 
   FileDescriptor file_;
   std::string path_;
-  const ModuleLoader& modules_;
   std::optional<heif::OutputFile> image_;  // what will be written
   int added_ = 0;
 };

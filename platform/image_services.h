@@ -8,7 +8,6 @@
 #include "platform/bitmap_context.h"
 #include "platform/image_destination.h"
 #include "platform/image_source.h"
-#include "platform/module.h"
 
 namespace quellor {
 
@@ -31,19 +30,14 @@ class ImageServices {
                                                                          std::span<std::uint8_t> pixels) const = 0;
 };
 
-/// Image services on the codecs of this program.
-class CodecImageServices final : public ImageServices {
+/// Image services on the formats of platform/formats/.
+class SystemImageServices final : public ImageServices {
  public:
-  explicit CodecImageServices(ModuleLoader modules) : modules_(std::move(modules)) {}
-
   [[nodiscard]] std::unique_ptr<ImageSource> openSource(const std::string& path) const override;
   [[nodiscard]] std::unique_ptr<ImageDestination> createDestination(const std::string& path) const override;
   [[nodiscard]] std::optional<BitmapContext> createBitmapContext(std::int64_t width, std::int64_t height,
                                                                  const ColorSpace& space,
                                                                  std::span<std::uint8_t> pixels) const override;
-
- private:
-  ModuleLoader modules_;
 };
 
 }  // namespace quellor

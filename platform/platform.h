@@ -13,13 +13,11 @@ struct Platform {
 /// The services of the machine. Constructing it opens nothing.
 class SystemPlatform {
  public:
-  SystemPlatform() : images_(ModuleLoader::besideProgram()) {}
-
   [[nodiscard]] Platform services() const { return {files_, images_}; }
 
  private:
   PosixFileManager files_;
-  CodecImageServices images_;
+  SystemImageServices images_;
 };
 
 }  // namespace quellor

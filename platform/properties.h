@@ -10,7 +10,7 @@
 #include <variant>
 #include <vector>
 
-#include "platform/bytes.h"
+#include "platform/values/metadata_blocks.h"
 
 namespace quellor {
 
@@ -24,17 +24,6 @@ struct Rational {
 };
 
 using PropertyList = std::vector<PropertyValue>;
-
-/// The metadata blocks of one image as they stand in its file.
-///
-/// `exif` is a TIFF structure (TIFF 6.0, section 2; Exif 2.32, 4.5.2) that begins with its byte-order mark, without
-/// the "Exif\0\0" prefix of JPEG or the header offset of HEIF. `xmp` is the serialised packet. `iptc` is a run of
-/// IPTC-IIM datasets.
-struct MetadataBlocks {
-  std::optional<Bytes> exif;
-  std::optional<Bytes> xmp;
-  std::optional<Bytes> iptc;
-};
 
 /// Properties of one image: text keys, values of the kinds of PropertyValue, in ascending key order.
 ///

@@ -1,8 +1,8 @@
 #include "rewrite/output_staging.h"
 
 #include "observe/observation.h"
-#include "platform/path.h"
-#include "platform/uuid.h"
+#include "platform/files/path.h"
+#include "platform/files/uuid.h"
 
 namespace quellor {
 

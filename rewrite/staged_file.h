@@ -3,7 +3,7 @@
 #include <string>
 
 #include "platform/file_manager.h"
-#include "platform/termination.h"
+#include "platform/files/termination.h"
 
 namespace quellor {
 

@@ -4,7 +4,7 @@
 #include <memory>
 #include <span>
 
-#include "platform/bytes.h"
+#include "platform/values/bytes.h"
 
 namespace quellor {
 

@@ -3,7 +3,7 @@
 
 #include <benchmark/benchmark.h>
 
-#include "platform/bytes.h"
+#include "platform/values/bytes.h"
 #include "platform/module.h"
 #include "platform/pixels/pixel_engine.h"
 

@@ -6,7 +6,7 @@
 #include <string_view>
 
 #include "platform/color/colorimetry.h"
-#include "platform/color_space.h"
+#include "platform/values/color.h"
 
 /// The two tables of colour-space names: by colorimetry (for ICC profiles, read or built) and by CICP.
 namespace quellor {

@@ -2,7 +2,7 @@
 #include <optional>
 #include <string>
 
-#include "platform/bytes.h"
+#include "platform/values/bytes.h"
 
 namespace quellor {
 

@@ -3,7 +3,7 @@
 
 #include "platform/heif/container.h"
 #include "platform/heif/item_properties.h"
-#include "platform/image.h"
+#include "platform/values/raster.h"
 
 namespace quellor::formats {
 

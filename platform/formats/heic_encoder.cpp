@@ -9,13 +9,12 @@
 
 #include "platform/formats/heic_encoder_settings.h"
 #include "platform/formats/hevc_modules.h"
-#include "platform/formats/parallel.h"
+#include "platform/threads/parallel.h"
 #include "platform/formats/planes.h"
 #include "platform/heif/encoded_image.h"
-#include "platform/heif/hevc_configuration.h"
+#include "platform/formats/hevc_configuration.h"
 #include "platform/hevc/nal.h"
-#include "platform/module.h"
-#include "platform/threads.h"
+#include "platform/threads/startable_threads.h"
 
 namespace quellor {
 namespace {
@@ -78,7 +77,7 @@ std::optional<std::string> threadPool() {
   constexpr unsigned kMaximum = 16;
   constexpr unsigned kFrameThreads = 1;
   constexpr unsigned kSpare = 2;  // other processes of the same user may start one until the encoder does
-  const unsigned pool = std::min(formats::processors(), kMaximum);
+  const unsigned pool = std::min(processors(), kMaximum);
   const unsigned wanted = pool + kFrameThreads + kSpare;
   const unsigned startable = startableThreads(wanted);
   if (startable == wanted) return std::to_string(pool);
@@ -107,8 +106,8 @@ HevcEncoderJob jobFor(const Raster& planes, const EncoderSettings& settings,
 /// `raster` is planar, grey or 4:2:0.
 std::optional<heif::EncodedPicture> encodePicture(const Raster& raster, EncoderSettings settings,
                                                   heif::ImageSize coded) {
-  const HevcEncoder* const encoder = formats::hevcEncoder();
-  const auto pool = encoder != nullptr ? threadPool() : std::nullopt;
+  const HevcEncoder& encoder = formats::hevcEncoder();
+  const auto pool = threadPool();
   if (!pool) return std::nullopt;
   settings.options.emplace_back("pools", *pool);
   std::vector<HevcEncoderOption> options;
@@ -118,9 +117,9 @@ std::optional<heif::EncodedPicture> encodePicture(const Raster& raster, EncoderS
   const Raster planes = asItIs ? raster : padded(raster, coded);
   const HevcEncoderJob job = jobFor(planes, settings, options);
   Units units;
-  if (!encoder->encode(&job, takeUnit, &units) || units.slices.empty()) return std::nullopt;
+  if (!encoder.encode(&job, takeUnit, &units) || units.slices.empty()) return std::nullopt;
   const std::vector<ByteView> sets(units.parameterSets, units.parameterSets + units.setCount);
-  auto configuration = heif::hevcConfigurationBox(sets);
+  auto configuration = formats::hevcConfigurationBox(sets);
   if (!configuration) return std::nullopt;
   return heif::EncodedPicture{std::move(*configuration), std::move(units.slices)};
 }
@@ -142,7 +141,9 @@ bool isEncodable(const Raster& raster) {
          (!raster.alpha || isPlanar(*raster.alpha));
 }
 
-std::optional<heif::OutputFile> encodeImage(const Raster& raster, double quality) {
+}  // namespace
+
+std::optional<heif::OutputFile> encodeHeic(const Raster& raster, double quality) {
   if (!isEncodable(raster)) return std::nullopt;
   heif::EncodedImage image;
   image.size = {raster.width, raster.height};
@@ -162,16 +163,4 @@ std::optional<heif::OutputFile> encodeImage(const Raster& raster, double quality
   return heif::fileOf(std::move(image));
 }
 
-std::optional<heif::OutputFile> encode(const Raster& raster, double quality) noexcept try {
-  return encodeImage(raster, quality);
-} catch (...) {
-  return std::nullopt;
-}
-
-constexpr HeicEncoder kEncoder = {encode};
-
-}  // namespace
-
 }  // namespace quellor
-
-QUELLOR_MODULE_ENTRY const quellor::HeicEncoder* quellorHeicEncoder() { return &quellor::kEncoder; }

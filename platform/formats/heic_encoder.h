@@ -2,20 +2,14 @@
 #include <optional>
 
 #include "platform/heif/output_file.h"
-#include "platform/image.h"
+#include "platform/values/raster.h"
 
-/// The seam between the program and the HEVC encoder: a function of the HEIF codec's module.
 namespace quellor {
 
-struct HeicEncoder {
-  /// A HEIF file whose primary image is the raster, with its alpha as an auxiliary image. The raster is as
-  /// PixelEngine::forEncoding() gives it: planar, grey or YCbCr 4:2:0, 8 or 10 bits. `quality` from 0.0 to 1.0.
-  /// Absent when the encoder is not installed or fails, or memory or threads run out.
-  std::optional<heif::OutputFile> (*encode)(const Raster& raster, double quality) noexcept;
-};
-
-/// Name of the function, with C linkage, by which the module hands out its HeicEncoder: `const HeicEncoder* ()`.
-inline constexpr const char* kHeicEncoderEntry = "quellorHeicEncoder";
+/// A HEIF file whose primary image is the raster, with its alpha as an auxiliary image. The raster is as
+/// pixels::encodingForm() gives it: planar, grey or YCbCr 4:2:0, 8 or 10 bits. `quality` from 0.0 to 1.0.
+/// Absent when the encoder fails or threads run out. Throws MissingModule, std::bad_alloc.
+std::optional<heif::OutputFile> encodeHeic(const Raster& raster, double quality);
 
 /// The quality of an image for which none is asked: keeps a phone photo near its size.
 inline constexpr double kDefaultQuality = 0.8;

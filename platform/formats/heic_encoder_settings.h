@@ -3,7 +3,7 @@
 #include <utility>
 #include <vector>
 
-#include "platform/image.h"
+#include "platform/values/raster.h"
 
 namespace quellor {
 

@@ -8,13 +8,13 @@
 #include <utility>
 #include <vector>
 
-#include "platform/codecs/codec.h"
+#include "platform/values/limits.h"
 #include "platform/formats/av1_items.h"
 #include "platform/formats/jpeg_items.h"
 #include "platform/heif/auxiliary_type.h"
 #include "platform/heif/clean_aperture.h"
 #include "platform/heif/derivations.h"
-#include "platform/heif/hevc_configuration.h"
+#include "platform/formats/hevc_configuration.h"
 #include "platform/heif/item_data.h"
 #include "platform/heif/item_properties.h"
 #include "platform/heif/item_relations.h"
@@ -149,9 +149,9 @@ class Checks {
   /// A parameter set that is not understood here may still be decoded: what comes of it is compared then.
   [[nodiscard]] bool isHevc(const Item& item, ImageSize size) const {
     const heif::Property* const property = heif::findProperty(container_, item, fourCC("hvcC"));
-    const auto configuration = property != nullptr ? heif::readHevcConfiguration(property->payload) : std::nullopt;
+    const auto configuration = property != nullptr ? formats::readHevcConfiguration(property->payload) : std::nullopt;
     if (!configuration) return false;
-    const auto set = heif::sequenceParameterSetOf(*configuration);
+    const auto set = formats::sequenceParameterSetOf(*configuration);
     return !set || isSame({set->shownWidth, set->shownHeight}, size);
   }
 

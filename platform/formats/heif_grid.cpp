@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "platform/formats/heif_items.h"
-#include "platform/formats/parallel.h"
+#include "platform/threads/parallel.h"
 #include "platform/formats/planes.h"
 #include "platform/heif/auxiliary_type.h"
 #include "platform/heif/derivations.h"

@@ -10,7 +10,7 @@
 #include "platform/formats/jpeg_items.h"
 #include "platform/formats/planes.h"
 #include "platform/heif/auxiliary_type.h"
-#include "platform/heif/chroma_siting.h"
+#include "platform/formats/chroma_siting.h"
 #include "platform/heif/item_properties.h"
 
 namespace quellor::formats {
@@ -54,7 +54,7 @@ std::optional<DecodedImage> ItemDecoder::samplesOf(const heif::Item& item, unsig
   }
   auto raster = decodeCoded(container_, item, threads);
   if (!raster || !isAsDeclared(container_, item, *raster)) return std::nullopt;
-  raster->chromaSiting = heif::chromaSitingOf(container_, item);
+  raster->chromaSiting = chromaSitingOf(container_, item);
   return DecodedImage{std::move(*raster)};
 }
 

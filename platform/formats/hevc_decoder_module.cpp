@@ -3,7 +3,6 @@
 #include <cstdint>
 
 #include "platform/formats/hevc_frame.h"
-#include "platform/module.h"
 
 extern "C" {
 #include <libavcodec/defs.h>
@@ -87,7 +86,7 @@ constexpr HevcDecoder kDecoder = {kHevcDecoderVersion, AV_INPUT_BUFFER_PADDING_S
 }  // namespace
 }  // namespace quellor::hevc
 
-QUELLOR_MODULE_ENTRY const quellor::HevcDecoder* quellorHevcDecoder() {
+extern "C" __attribute__((visibility("default"))) const quellor::HevcDecoder* quellorHevcDecoder() {
   // Process-wide, like the library's log itself: this program answers on standard output and reports no details.
   av_log_set_level(AV_LOG_QUIET);
   return &quellor::hevc::kDecoder;

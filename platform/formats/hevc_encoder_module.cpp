@@ -2,7 +2,6 @@
 
 #include <x265.h>
 
-#include "platform/module.h"
 
 namespace quellor {
 namespace {
@@ -104,4 +103,4 @@ constexpr HevcEncoder kEncoder = {kHevcEncoderVersion, encode};
 }  // namespace
 }  // namespace quellor
 
-QUELLOR_MODULE_ENTRY const quellor::HevcEncoder* quellorHevcEncoder() { return &quellor::kEncoder; }
+extern "C" __attribute__((visibility("default"))) const quellor::HevcEncoder* quellorHevcEncoder() { return &quellor::kEncoder; }

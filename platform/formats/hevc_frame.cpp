@@ -9,7 +9,7 @@
 #include <utility>
 #include <vector>
 
-#include "platform/codecs/codec.h"
+#include "platform/values/limits.h"
 
 extern "C" {
 #include <libavcodec/avcodec.h>

@@ -1,7 +1,7 @@
 #pragma once
 #include <memory>
 
-#include "platform/bytes.h"
+#include "platform/values/bytes.h"
 #include "platform/formats/hevc_decoder_module.h"
 
 extern "C" {

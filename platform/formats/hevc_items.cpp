@@ -5,7 +5,7 @@
 #include <memory>
 
 #include "platform/formats/hevc_modules.h"
-#include "platform/heif/hevc_configuration.h"
+#include "platform/formats/hevc_configuration.h"
 #include "platform/heif/item_data.h"
 #include "platform/heif/item_properties.h"
 #include "platform/hevc/nal.h"
@@ -24,7 +24,7 @@ constexpr unsigned kMaximumThreads = 16;  // of libavcodec
 /// The parameter sets of the item and the units of its picture.
 std::optional<hevc::NalStream> streamOf(const heif::Container& container, const heif::Item& item) {
   const heif::Property* const property = heif::findProperty(container, item, fourCC("hvcC"));
-  const auto configuration = property != nullptr ? heif::readHevcConfiguration(property->payload) : std::nullopt;
+  const auto configuration = property != nullptr ? formats::readHevcConfiguration(property->payload) : std::nullopt;
   const auto pieces = heif::itemPieces(container, item);
   if (!configuration || !pieces) return std::nullopt;
   hevc::NalStream stream;
@@ -66,10 +66,10 @@ Raster rasterOf(const HevcPicture& picture, std::shared_ptr<const void> owner) {
 }  // namespace
 
 std::optional<Raster> decodeHevcItem(const heif::Container& container, const heif::Item& item, unsigned threads) {
-  const HevcDecoder* const decoder = hevcDecoder();
-  auto stream = decoder != nullptr ? streamOf(container, item) : std::nullopt;
+  const HevcDecoder& decoder = hevcDecoder();
+  auto stream = streamOf(container, item);
   if (!stream) return std::nullopt;
-  const ByteView bytes = stream->bytes(decoder->paddingBytes);
+  const ByteView bytes = stream->bytes(decoder.paddingBytes);
   const auto shape = hevc::shapeOf(stream->units());
   if (shape && !isOfSize(*shape, container, item)) return std::nullopt;
   const bool large = shape && shape->pixels > kSmallPicture && threads > 1;
@@ -79,11 +79,11 @@ std::optional<Raster> decodeHevcItem(const heif::Container& container, const hei
   if (!large && !check.passes()) return std::nullopt;
   HevcPicture picture;
   const unsigned decoding = large && shape->wavefront ? std::min(threads, kMaximumThreads) : 1;
-  if (!decoder->decode(bytes.data(), bytes.size(), {static_cast<int>(decoding), shape.has_value()}, &picture)) {
+  if (!decoder.decode(bytes.data(), bytes.size(), {static_cast<int>(decoding), shape.has_value()}, &picture)) {
     return std::nullopt;
   }
   const std::shared_ptr<const void> owner(picture.frame,
-                                          [decoder](const void* frame) { decoder->release(const_cast<void*>(frame)); });
+                                          [&decoder](const void* frame) { decoder.release(const_cast<void*>(frame)); });
   if (large && !check.passes()) return std::nullopt;
   return rasterOf(picture, owner);
 }

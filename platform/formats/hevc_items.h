@@ -2,7 +2,7 @@
 #include <optional>
 
 #include "platform/heif/container.h"
-#include "platform/image.h"
+#include "platform/values/raster.h"
 
 namespace quellor::formats {
 

@@ -1,6 +1,7 @@
 #include "platform/formats/jpeg_items.h"
 
-#include "platform/codecs/jpeg_decode.h"
+#include "platform/formats/image_format.h"
+#include "platform/formats/jpeg_decode.h"
 #include "platform/heif/item_data.h"
 
 namespace quellor::formats {
@@ -25,7 +26,7 @@ std::optional<heif::ImageSize> declaredJpegSize(const heif::Container& container
 
 std::optional<Raster> decodeJpegItem(const heif::Container& container, const heif::Item& item) {
   const auto file = fileOf(container, item);
-  auto raster = file ? jpeg::decodeFile(*file) : std::nullopt;
+  auto raster = file ? decodeJpeg(*file) : std::nullopt;
   // A container knows no coding of four inks.
   if (!raster || raster->model == SampleModel::cmyk) return std::nullopt;
   return raster;

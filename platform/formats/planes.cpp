@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
-#include "platform/codecs/sample_memory.h"
+#include "platform/values/sample_memory.h"
 
 namespace quellor::formats {
 namespace {

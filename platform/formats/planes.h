@@ -2,7 +2,8 @@
 #include <cstdint>
 #include <memory>
 
-#include "platform/image.h"
+#include "platform/values/limits.h"
+#include "platform/values/raster.h"
 
 namespace quellor::formats {
 

@@ -5,7 +5,7 @@
 #include <utility>
 #include <vector>
 
-#include "platform/codecs/sample_memory.h"
+#include "platform/values/sample_memory.h"
 #include "platform/formats/planes.h"
 
 namespace quellor::formats {

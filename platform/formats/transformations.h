@@ -3,7 +3,7 @@
 
 #include "platform/heif/clean_aperture.h"
 #include "platform/heif/container.h"
-#include "platform/image.h"
+#include "platform/values/raster.h"
 
 /// Transformative properties (ISO/IEC 23008-12, 6.5) applied to samples as they are coded: no sample is made up, so
 /// subsampled colour differences stay subsampled, and their phase and siting say where they are.

@@ -1,7 +1,7 @@
 #pragma once
 #include <vector>
 
-#include "platform/codecs/codec.h"
+#include "platform/values/image_facts.h"
 #include "platform/heif/container.h"
 
 namespace quellor::heif {

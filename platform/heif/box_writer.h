@@ -5,7 +5,7 @@
 #include <string_view>
 #include <utility>
 
-#include "platform/bytes.h"
+#include "platform/values/bytes.h"
 #include "platform/heif/byte_reader.h"
 
 namespace quellor::heif {

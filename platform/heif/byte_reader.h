@@ -5,11 +5,11 @@
 #include <string>
 #include <string_view>
 
-#include "platform/bytes.h"
+#include "platform/values/bytes.h"
 
 namespace quellor::heif {
 
-/// The container's structure is broken. Raised and caught inside this folder only.
+/// The container's structure is broken. Raised and caught by readers of boxes only.
 class MalformedContainer : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;

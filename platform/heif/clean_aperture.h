@@ -2,7 +2,7 @@
 #include <cstdint>
 #include <optional>
 
-#include "platform/bytes.h"
+#include "platform/values/bytes.h"
 
 namespace quellor::heif {
 

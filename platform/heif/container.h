@@ -5,7 +5,7 @@
 #include <unordered_map>
 #include <vector>
 
-#include "platform/bytes.h"
+#include "platform/values/bytes.h"
 #include "platform/heif/byte_reader.h"
 
 /// A HEIF file as a model of items, properties and references (ISO/IEC 23008-12 over the `meta` box of

@@ -1,7 +1,7 @@
 #pragma once
 #include <optional>
 
-#include "platform/color_space.h"
+#include "platform/values/color.h"
 #include "platform/heif/item_properties.h"
 #include "platform/heif/output_file.h"
 

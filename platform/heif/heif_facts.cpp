@@ -44,14 +44,14 @@ MetadataBlocks metadataOf(const Container& container, const Item& image) {
 
 }  // namespace
 
-std::optional<EncodedFacts> factsOf(ByteView file) {
+std::optional<ImageFacts> factsOf(ByteView file) {
   const auto container = readContainer(file);
   if (!container) return std::nullopt;
   const Item& primary = *container->find(container->primaryItem);
   const ImageSize size = storedSize(*container, primary).value_or(ImageSize{});
   const SampleFormat format = sampleFormatOf(*container, primary);
 
-  EncodedFacts facts;
+  ImageFacts facts;
   facts.imageCount = topLevelImages(*container).size();
   facts.primaryImage = facts.imageCount > 1;
   facts.width = size.width;

@@ -1,11 +1,11 @@
 #pragma once
 #include <optional>
 
-#include "platform/codecs/codec.h"
+#include "platform/values/image_facts.h"
 
 namespace quellor::heif {
 
 /// What a HEIF file says of its primary image. Absent when the container's structure is broken.
-std::optional<EncodedFacts> factsOf(ByteView file);
+std::optional<ImageFacts> factsOf(ByteView file);
 
 }  // namespace quellor::heif

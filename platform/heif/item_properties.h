@@ -1,7 +1,7 @@
 #pragma once
 #include <optional>
 
-#include "platform/color_space.h"
+#include "platform/values/color.h"
 #include "platform/heif/container.h"
 
 namespace quellor::heif {

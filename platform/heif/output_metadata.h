@@ -1,6 +1,6 @@
 #pragma once
 #include "platform/heif/output_file.h"
-#include "platform/properties.h"
+#include "platform/values/metadata_blocks.h"
 
 namespace quellor::heif {
 

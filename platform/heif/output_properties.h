@@ -1,7 +1,7 @@
 #pragma once
 #include <optional>
 
-#include "platform/color_space.h"
+#include "platform/values/color.h"
 #include "platform/heif/output_file.h"
 
 /// Changes of the primary image's properties. A property that other items share keeps its bytes: the primary item is

@@ -2,7 +2,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "platform/bytes.h"
+#include "platform/values/bytes.h"
 
 namespace quellor::hevc {
 

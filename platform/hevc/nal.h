@@ -2,7 +2,7 @@
 #include <cstddef>
 #include <vector>
 
-#include "platform/bytes.h"
+#include "platform/values/bytes.h"
 
 namespace quellor::hevc {
 

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "platform/codecs/codec.h"
+#include "platform/values/limits.h"
 #include "platform/hevc/vui.h"
 
 namespace quellor::hevc {

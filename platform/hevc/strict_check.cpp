@@ -4,7 +4,7 @@
 #include <set>
 #include <system_error>
 
-#include "platform/sha256.h"
+#include "platform/values/sha256.h"
 
 namespace quellor::hevc {
 namespace {

@@ -5,7 +5,7 @@
 #include <optional>
 #include <vector>
 
-#include "platform/bytes.h"
+#include "platform/values/bytes.h"
 #include "platform/hevc/nal.h"
 #include "platform/hevc/verify.h"
 

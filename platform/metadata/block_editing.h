@@ -2,8 +2,7 @@
 #include <optional>
 
 #include "platform/metadata/metadata_removals.h"
-#include "platform/metadata/xmp_engine.h"
-#include "platform/properties.h"
+#include "platform/values/metadata_blocks.h"
 
 namespace quellor {
 
@@ -18,6 +17,6 @@ namespace quellor {
 /// something has to be removed from it, and carried as it is otherwise. A packet in the Exif block stays as it is or
 /// goes.
 MetadataBlocks editedBlocks(const MetadataBlocks& blocks, const MetadataRemovals& removals,
-                            std::optional<int> orientation, const XmpEngine& xmp);
+                            std::optional<int> orientation);
 
 }  // namespace quellor

@@ -3,7 +3,7 @@
 #include <array>
 #include <optional>
 
-#include "platform/bytes.h"
+#include "platform/values/bytes.h"
 
 namespace quellor::metadata {
 

@@ -1,5 +1,4 @@
 #pragma once
-#include "platform/properties.h"
 
 namespace quellor {
 
@@ -14,10 +13,5 @@ struct MetadataRemovals {
   /// Whether something inside the blocks has to go that only their editors can find.
   [[nodiscard]] bool inside() const { return position || make || model || makerNote; }
 };
-
-/// The removals that the dictionary carries marks of: `{GPS}` is the position, Make and Model of `{TIFF}` and MakerNote
-/// of `{Exif}` are what they are called, a maker dictionary is the maker note, `{XMP}` the packet. A dictionary that
-/// was removed as a whole stands for all that it could hold.
-MetadataRemovals removalsOf(const PropertyDictionary& properties);
 
 }  // namespace quellor

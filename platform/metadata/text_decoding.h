@@ -1,7 +1,7 @@
 #pragma once
 #include <string>
 
-#include "platform/bytes.h"
+#include "platform/values/bytes.h"
 
 namespace quellor::metadata {
 

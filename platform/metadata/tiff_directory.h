@@ -4,7 +4,7 @@
 #include <optional>
 #include <vector>
 
-#include "platform/bytes.h"
+#include "platform/values/bytes.h"
 
 /// Directories of classic TIFF structures (TIFF 6.0, section 2), the form of Exif blocks and of most maker notes.
 ///

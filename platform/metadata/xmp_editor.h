@@ -1,10 +1,25 @@
 #pragma once
 #include <optional>
 
-#include "platform/bytes.h"
-#include "platform/metadata/xmp_engine.h"
+#include "platform/metadata/metadata_removals.h"
+#include "platform/values/bytes.h"
 
 namespace quellor {
+
+/// What a packet (ISO 16684-1) holds of the things that can be removed from it.
+struct PacketContents {
+  bool position = false;
+  bool make = false;
+  bool model = false;
+  bool makerNote = false;
+};
+
+/// What is to change in a packet. `removals.packet` is of no meaning here.
+struct XmpEdit {
+  MetadataRemovals removals;
+  /// 1 to 8, for a tiff:Orientation that is there and says something else; none is added.
+  std::optional<int> orientation;
+};
 
 /// What is found in the packet; nothing where it is no XML that can be parsed. Raises std::bad_alloc.
 ///

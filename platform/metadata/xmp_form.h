@@ -1,7 +1,7 @@
 #pragma once
 #include <pugixml.hpp>
 
-#include "platform/bytes.h"
+#include "platform/values/bytes.h"
 
 /// The form of an XMP packet (ISO 16684-1, 7): what an editor must know before it can say that it has seen everything.
 namespace quellor::metadata {

@@ -1,6 +1,6 @@
 #pragma once
 #include "platform/metadata/metadata_removals.h"
-#include "platform/metadata/xmp_engine.h"
+#include "platform/metadata/xmp_editor.h"
 #include "platform/metadata/xmp_namespaces.h"
 
 /// Which properties of a packet a removal means, by their names alone.

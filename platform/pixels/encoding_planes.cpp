@@ -2,7 +2,8 @@
 
 #include <cstring>
 
-#include "platform/codecs/sample_memory.h"
+#include "platform/values/bytes.h"
+#include "platform/values/sample_memory.h"
 #include "platform/pixels/raster_rows.h"
 
 namespace quellor::pixels {

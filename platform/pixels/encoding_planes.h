@@ -3,7 +3,8 @@
 #include <cstdint>
 #include <memory>
 
-#include "platform/image.h"
+#include "platform/values/limits.h"
+#include "platform/values/raster.h"
 #include "platform/pixels/raster_form.h"
 #include "platform/pixels/row_conversion.h"
 #include "platform/pixels/row_slices.h"

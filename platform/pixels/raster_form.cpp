@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cstddef>
 
-#include "platform/codecs/codec.h"
+#include "platform/values/limits.h"
 
 namespace quellor::pixels {
 namespace {

@@ -2,8 +2,21 @@
 #include <cstdint>
 #include <optional>
 
-#include "platform/image.h"
+#include "platform/values/raster.h"
 
+/// How the functions of this folder read a raster:
+/// - Luma and colour differences are taken by matrix and range of the raster's coding (ITU-T H.273, 8.3). An
+///   unspecified matrix counts as that of BT.601 (number 6), and so does the identity of a raster with subsampled
+///   colour differences, which cannot be. The identity without subsampling makes the components green, blue and red.
+/// - The factor of a subsampling (1, 2 or 4 in each direction) is what makes a component's size of the image's and
+///   the phase, rounded up. A half may have one sample more, as some decoders leave it after a crop: it counts as what
+///   lies beyond the image's edge.
+/// - Colour differences are brought to another resolution by linear interpolation between their places, which
+///   Raster::chromaSiting and Raster::chromaPhase give: free of overshoot, and what other decoders do.
+/// - Red, green, blue, inks and alpha always have full range. A sample above the greatest value of its depth counts
+///   as that value.
+/// Large images are worked on by as many threads as there are processors, each for a slice of rows; besides its
+/// result a function needs memory for a few rows.
 namespace quellor::pixels {
 
 /// How often a colour difference is coded: once for 2^horizontal columns and 2^vertical rows. 0 to 2 each.

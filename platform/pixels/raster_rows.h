@@ -3,7 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "platform/image.h"
+#include "platform/values/raster.h"
 #include "platform/pixels/raster_form.h"
 
 namespace quellor::pixels {

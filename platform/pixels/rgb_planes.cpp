@@ -3,7 +3,7 @@
 #include <cstring>
 #include <memory>
 
-#include "platform/codecs/sample_memory.h"
+#include "platform/values/sample_memory.h"
 #include "platform/pixels/raster_form.h"
 #include "platform/pixels/raster_rows.h"
 #include "platform/pixels/row_conversion.h"

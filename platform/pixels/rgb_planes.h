@@ -1,7 +1,7 @@
 #pragma once
 #include <optional>
 
-#include "platform/image.h"
+#include "platform/values/raster.h"
 
 namespace quellor::pixels {
 

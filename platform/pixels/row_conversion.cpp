@@ -6,7 +6,7 @@
 
 #include <zimg.h>
 
-#include "platform/codecs/sample_memory.h"
+#include "platform/values/sample_memory.h"
 
 namespace quellor::pixels {
 namespace {

@@ -2,7 +2,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "platform/image.h"
+#include "platform/values/raster.h"
 #include "platform/pixels/raster_form.h"
 #include "platform/pixels/raster_rows.h"
 #include "platform/pixels/row_slices.h"

@@ -1,5 +1,5 @@
 #pragma once
-#include "platform/image.h"
+#include "platform/values/raster.h"
 
 namespace quellor {
 

@@ -2,8 +2,8 @@
 
 #include <string_view>
 
-#include "platform/codecs/codec.h"
-#include "platform/codecs/file_format.h"
+#include "platform/values/image_facts.h"
+#include "platform/formats/file_format.h"
 #include "platform/module.h"
 #include "tests/fuzz/fuzz_target.h"
 

@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-#include "platform/bytes.h"
+#include "platform/values/bytes.h"
 #include "platform/image_services.h"
 #include "platform/pixels/pixel_engine.h"
 
@@ -74,12 +74,12 @@ TEST(BitmapContext, DrawsOnlyAnImageOfItsSizeAndNothingThatTheEngineRefuses) {
 TEST(BitmapContext, IsAbsentWithoutAnEngine) {
   Bytes pixels(4);
   EXPECT_FALSE(BitmapContext::create(nullptr, 1, 1, spaceOf(ColorModel::rgb), pixels));
-  const CodecImageServices withoutModules(ModuleLoader("/nonexistent"));
+  const SystemImageServices withoutModules(ModuleLoader("/nonexistent"));
   EXPECT_FALSE(withoutModules.createBitmapContext(1, 1, spaceOf(ColorModel::rgb), pixels));
 }
 
 TEST(BitmapContext, OfTheImageServicesDrawsStoredColours) {
-  const CodecImageServices services{ModuleLoader(QUELLOR_MODULES)};
+  const SystemImageServices services{ModuleLoader(QUELLOR_MODULES)};
   const std::array<std::uint8_t, 6> samples = {255, 0, 1, 2, 128, 254};
   Image image = imageOf(2, 1);
   for (std::size_t i = 0; i < 3; ++i) image.raster.components.push_back({samples.data() + i, 3, 6, 2, 1});

@@ -45,7 +45,7 @@ class BlockEditingOfSamples : public testing::Test {
   void SetUp() override {
     if (!fs::exists(QUELLOR_SAMPLES)) GTEST_SKIP() << "no samples";
     if (!fs::exists(test_support::kMetadataJudge)) GTEST_SKIP() << "no judge";
-    const CodecImageServices services{ModuleLoader{QUELLOR_MODULES}};
+    const SystemImageServices services{ModuleLoader{QUELLOR_MODULES}};
     for (const auto& file : fs::recursive_directory_iterator(QUELLOR_SAMPLES)) {
       if (!file.is_regular_file()) continue;
       const auto source = services.openSource(file.path().string());

@@ -6,7 +6,7 @@
 #include <gtest/gtest.h>
 
 #include "platform/color/color_engine.h"
-#include "platform/color/color_space_of.h"
+#include "platform/color_space_of.h"
 #include "platform/module.h"
 #include "tests/platform/icc_bytes.h"
 

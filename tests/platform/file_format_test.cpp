@@ -1,4 +1,4 @@
-#include "platform/codecs/file_format.h"
+#include "platform/formats/file_format.h"
 
 #include <string>
 

@@ -9,7 +9,7 @@
 #include <gtest/gtest.h>
 
 #include "platform/file_manager.h"
-#include "platform/regular_file.h"
+#include "platform/files/regular_file.h"
 #include "tests/support/temporary_directory.h"
 
 namespace quellor {

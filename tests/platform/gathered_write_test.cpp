@@ -1,4 +1,4 @@
-#include "platform/gathered_write.h"
+#include "platform/files/gathered_write.h"
 
 #include <cerrno>
 #include <csignal>

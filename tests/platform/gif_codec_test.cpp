@@ -18,10 +18,10 @@ class GifCodec : public testing::Test {
  protected:
   void SetUp() override { ASSERT_NE(codec_, nullptr); }
 
-  std::optional<EncodedFacts> describe(const Bytes& file) const { return codec_->describe(file); }
+  std::optional<ImageFacts> describe(const Bytes& file) const { return codec_->describe(file); }
   std::optional<Raster> decode(const Bytes& file) const { return codec_->decode(file); }
 
-  const PropertyDictionary& gifProperties(const std::optional<EncodedFacts>& facts) const {
+  const PropertyDictionary& gifProperties(const std::optional<ImageFacts>& facts) const {
     return *facts.value().formatProperties.find(property_key::kGif)->as<PropertyDictionary>();
   }
 

@@ -11,9 +11,9 @@
 
 #include <gtest/gtest.h>
 
-#include "platform/formats/parallel.h"
+#include "platform/threads/parallel.h"
 #include "platform/heif/container_reader.h"
-#include "platform/heif/hevc_configuration.h"
+#include "platform/formats/hevc_configuration.h"
 #include "platform/heif/item_properties.h"
 #include "platform/module.h"
 #include "tests/support/codec_samples.h"
@@ -70,9 +70,9 @@ TEST_P(EncodedPicture, SaysWhatItsParameterSetsSay) {
     const bool grey = GetParam().grey || item.id != container->primaryItem;
     const heif::Property* const property = heif::findProperty(*container, item, fourCC("hvcC"));
     ASSERT_NE(property, nullptr);
-    const auto configuration = heif::readHevcConfiguration(property->payload);
+    const auto configuration = formats::readHevcConfiguration(property->payload);
     ASSERT_TRUE(configuration);
-    const auto set = heif::sequenceParameterSetOf(*configuration);
+    const auto set = formats::sequenceParameterSetOf(*configuration);
     ASSERT_TRUE(set);
     EXPECT_EQ(set->chromaArrayType, grey ? 0U : 1U);
     EXPECT_EQ(configuration->chromaFormat, set->chromaArrayType);
@@ -157,13 +157,13 @@ TEST(HeicEncoder, SaysThatColourIsMultipliedByAlpha) {
 
 TEST(Threads, DoEveryIndexOnceAndStopAtTheFirstFailure) {
   std::vector<std::atomic<int>> done(100);
-  EXPECT_TRUE(formats::forEachIndex(done.size(), 4, [&](std::size_t index) { return ++done[index] == 1; }));
+  EXPECT_TRUE(forEachIndex(done.size(), 4, [&](std::size_t index) { return ++done[index] == 1; }));
   for (const auto& count : done) EXPECT_EQ(count, 1);
   std::atomic<int> begun = 0;
-  EXPECT_FALSE(formats::forEachIndex(1000000, 2, [&](std::size_t) { return ++begun < 10; }));
+  EXPECT_FALSE(forEachIndex(1000000, 2, [&](std::size_t) { return ++begun < 10; }));
   EXPECT_LT(begun, 20);
-  EXPECT_FALSE(formats::forEachIndex(3, 2, [](std::size_t) -> bool { throw std::bad_alloc(); }));
-  EXPECT_TRUE(formats::forEachIndex(0, 2, [](std::size_t) { return false; })) << "nothing to do";
+  EXPECT_FALSE(forEachIndex(3, 2, [](std::size_t) -> bool { throw std::bad_alloc(); }));
+  EXPECT_TRUE(forEachIndex(0, 2, [](std::size_t) { return false; })) << "nothing to do";
 }
 
 }  // namespace

@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-#include "platform/heif/chroma_siting.h"
+#include "platform/formats/chroma_siting.h"
 #include "platform/heif/container_reader.h"
 #include "tests/support/heif_builder.h"
 #include "tests/support/heif_output.h"

@@ -31,10 +31,10 @@ HeifBuilder pictureWith(const std::vector<Bytes>& properties) {
   return builder;
 }
 
-EncodedFacts factsWith(const HeifBuilder& builder) {
+ImageFacts factsWith(const HeifBuilder& builder) {
   const auto facts = factsOf(builder.build());
   EXPECT_TRUE(facts);
-  return facts.value_or(EncodedFacts{});
+  return facts.value_or(ImageFacts{});
 }
 
 // Exif 2.32, tag 0x0112: 6 is shown after a quarter turn clockwise, 8 after one anticlockwise; irot counts quarter
@@ -91,14 +91,14 @@ TEST(HeifSize, IsThatOfTheStoredImageAfterItsCleanAperture) {
       {{ispe(64, 104), clap(1000, 1, 0, 1)}, 64, 1},
   };
   for (const auto& c : cases) {
-    const EncodedFacts facts = factsWith(pictureWith(c.properties));
+    const ImageFacts facts = factsWith(pictureWith(c.properties));
     EXPECT_EQ(facts.width, c.width);
     EXPECT_EQ(facts.height, c.height);
   }
 }
 
 TEST(HeifColour, IsTheProfileAndTheCodePointsOfThePrimaryImage) {
-  const EncodedFacts facts = factsWith(pictureWith({colrNclx(9, 16, 9, true), colrIcc({1, 2, 3}, "rICC")}));
+  const ImageFacts facts = factsWith(pictureWith({colrNclx(9, 16, 9, true), colrIcc({1, 2, 3}, "rICC")}));
   EXPECT_EQ(facts.iccProfile, Bytes({1, 2, 3}));
   EXPECT_EQ(facts.cicp, (Cicp{9, 16, 9, true}));
 }
@@ -284,7 +284,7 @@ TEST(HeifSamples, AreDescribedByTheCodecConfiguration) {
                {av1C(0x40), 10, ColorModel::rgb},  {av1C(0x60), 12, ColorModel::rgb},
                {av1C(0x50), 10, ColorModel::grey}, {box("hvcC", {1, 2}), 8, ColorModel::rgb}};
   for (const auto& c : cases) {
-    const EncodedFacts facts = factsWith(pictureWith({c.property}));
+    const ImageFacts facts = factsWith(pictureWith({c.property}));
     EXPECT_EQ(facts.bitsPerComponent, c.bits);
     EXPECT_EQ(facts.colorModel, c.model);
   }

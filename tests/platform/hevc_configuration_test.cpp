@@ -1,4 +1,4 @@
-#include "platform/heif/hevc_configuration.h"
+#include "platform/formats/hevc_configuration.h"
 
 #include <gtest/gtest.h>
 

@@ -14,9 +14,9 @@
 
 #include <gtest/gtest.h>
 
-#include "platform/bytes.h"
+#include "platform/values/bytes.h"
 #include "platform/heif/container_reader.h"
-#include "platform/heif/hevc_configuration.h"
+#include "platform/formats/hevc_configuration.h"
 #include "platform/heif/item_properties.h"
 #include "tests/support/codec_samples.h"
 #include "tests/support/heif_judge.h"
@@ -92,7 +92,7 @@ TEST(HevcDecoder, DecodesWhatAnotherDecoderDecodes) {
 
 TEST(HevcDecoder, TakesParameterSetsFromTheConfiguration) {
   test_support::HeifScene scene;
-  const auto configuration = heif::hevcConfigurationBox({kVps, kSps, kPps});
+  const auto configuration = formats::hevcConfigurationBox({kVps, kSps, kPps});
   ASSERT_TRUE(configuration);
   scene.add("hvc1", behindLengths({kUpperSlice, kLowerSlice}), {*configuration, test_support::ispe(64, 64)});
   const auto raster = decodeFile(scene.file());

@@ -8,7 +8,7 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/bytes.h"
+#include "platform/values/bytes.h"
 
 /// ICC profiles written and read byte by byte (ICC.1:2010, clauses 7 and 10), without any library.
 namespace quellor::icc {

@@ -25,7 +25,7 @@ class Services : public ::testing::Test {
     return path;
   }
 
-  CodecImageServices services_{ModuleLoader(QUELLOR_MODULES)};
+  SystemImageServices services_{ModuleLoader(QUELLOR_MODULES)};
 
  private:
   TemporaryDirectory folder_;
@@ -53,7 +53,7 @@ TEST_F(Services, OpenNothingThatIsNoImageOrWhoseStructureIsBroken) {
 }
 
 TEST_F(Services, OpenNothingWithoutTheModuleOfTheFormat) {
-  const CodecImageServices bare{ModuleLoader("/nonexistent")};
+  const SystemImageServices bare{ModuleLoader("/nonexistent")};
   EXPECT_EQ(bare.openSource(write("a.heic", undecodableHeif())), nullptr);
 }
 
@@ -79,7 +79,7 @@ TEST_F(Services, OpenNothingWhereAModuleThatLooksIntoFilesIsMissing) {
         std::filesystem::create_symlink(module.path(), folder.path() / name);
       }
     }
-    const CodecImageServices services{ModuleLoader{folder.path().string()}};
+    const SystemImageServices services{ModuleLoader{folder.path().string()}};
     EXPECT_EQ(services.openSource(image) != nullptr, std::string_view(missing) == "none") << missing;
   }
 }
@@ -122,7 +122,7 @@ Bytes exifWithOrientation(std::uint16_t orientation) {
 }
 
 TEST(ImageProperties, HaveOnlyWhatApplies) {
-  EncodedFacts facts;
+  ImageFacts facts;
   facts.width = 4;
   facts.height = 3;
   const PropertyDictionary bare = imageProperties(facts, std::nullopt, test_support::xmpEngine());
@@ -146,7 +146,7 @@ TEST(ImageProperties, HaveOnlyWhatApplies) {
 }
 
 TEST(ImageProperties, RememberTheBlocksThatTheyWereReadFrom) {
-  EncodedFacts facts;
+  ImageFacts facts;
   facts.metadata.exif = exifWithOrientation(6);
   const PropertyDictionary properties = imageProperties(facts, std::nullopt, test_support::xmpEngine());
   ASSERT_NE(properties.blocks(), nullptr);
@@ -173,7 +173,7 @@ TEST(ImageProperties, ForgetAnExifBlockOfWhichNothingCanBeRead) {
       {"of version 43", {'M', 'M', 0, 43, 0, 8, 0, 0, 0, 0, 0, 0, 0, 16}, false},
   };
   for (const auto& c : cases) {
-    EncodedFacts facts;
+    ImageFacts facts;
     facts.metadata.exif = c.block;
     const PropertyDictionary properties = imageProperties(facts, std::nullopt, test_support::xmpEngine());
     EXPECT_EQ(properties.blocks()->exif, c.remembered ? std::optional(exifWithOrientation(6)) : std::nullopt) << c.what;
@@ -198,7 +198,7 @@ TEST(ImageProperties, TakeTheOrientationFromTheContainerElseFromExif) {
       {"an Exif value that means nothing", std::nullopt, 9, true, std::nullopt},
   };
   for (const auto& c : cases) {
-    EncodedFacts facts;
+    ImageFacts facts;
     facts.orientation = c.container;
     facts.exifOrientationCounts = c.exifCounts;
     if (c.exif) facts.metadata.exif = exifWithOrientation(*c.exif);

@@ -3,7 +3,7 @@
 
 #include <gtest/gtest.h>
 
-#include "platform/codecs/codec.h"
+#include "platform/values/image_facts.h"
 #include "tests/support/byte_texts.h"
 #include "tests/support/codec_samples.h"
 #include "tests/support/multi_picture_fixture.h"

@@ -1,11 +1,11 @@
-#include "platform/path.h"
+#include "platform/files/path.h"
 
 #include <regex>
 #include <set>
 
 #include <gtest/gtest.h>
 
-#include "platform/uuid.h"
+#include "platform/files/uuid.h"
 
 namespace quellor {
 namespace {

@@ -5,7 +5,7 @@
 
 #include <gtest/gtest.h>
 
-#include "platform/bytes.h"
+#include "platform/values/bytes.h"
 #include "platform/module.h"
 #include "platform/pixels/pixel_engine.h"
 #include "tests/support/codec_samples.h"

@@ -6,7 +6,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "platform/codecs/codec.h"
+#include "platform/values/image_facts.h"
 #include "tests/support/byte_texts.h"
 #include "tests/support/codec_samples.h"
 #include "tests/support/png_fixture.h"

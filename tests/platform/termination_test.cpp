@@ -1,4 +1,4 @@
-#include "platform/termination.h"
+#include "platform/files/termination.h"
 
 #include <chrono>
 #include <climits>

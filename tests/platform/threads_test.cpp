@@ -1,4 +1,4 @@
-#include "platform/threads.h"
+#include "platform/threads/startable_threads.h"
 
 #include <algorithm>
 #include <sched.h>

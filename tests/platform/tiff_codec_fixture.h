@@ -24,7 +24,7 @@ class TiffCodec : public testing::Test {
  protected:
   void SetUp() override { ASSERT_NE(codec_, nullptr); }
 
-  std::optional<EncodedFacts> describe(const Bytes& file) const { return codec_->describe(file); }
+  std::optional<ImageFacts> describe(const Bytes& file) const { return codec_->describe(file); }
   std::optional<Raster> decode(const Bytes& file) const { return codec_->decode(file); }
 
  private:

@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <string_view>
 
-#include "platform/bytes.h"
+#include "platform/values/bytes.h"
 
 /// Bytes as tests write them down.
 namespace quellor::test_support {

@@ -6,7 +6,7 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/codecs/codec.h"
+#include "platform/values/image_facts.h"
 #include "platform/module.h"
 
 namespace quellor::test_support {

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/bytes.h"
+#include "platform/values/bytes.h"
 
 /// GIF files built byte by byte (GIF89a).
 namespace quellor::test_support {

@@ -4,7 +4,7 @@
 #include <utility>
 #include <vector>
 
-#include "platform/bytes.h"
+#include "platform/values/bytes.h"
 
 /// Writes HEIF files by hand, box by box (ISO/IEC 14496-12), so that tests can also write what no encoder would.
 namespace quellor::test_support {

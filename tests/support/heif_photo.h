@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/bytes.h"
+#include "platform/values/bytes.h"
 #include "tests/support/heif_builder.h"
 
 /// HEIC files as others write them: pictures by the HEIF library's encoder, whatever stands around them by hand.

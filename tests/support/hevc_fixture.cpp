@@ -9,7 +9,7 @@
 
 #include <x265.h>
 
-#include "platform/heif/hevc_configuration.h"
+#include "platform/formats/hevc_configuration.h"
 
 namespace quellor::test_support {
 namespace {
@@ -55,7 +55,7 @@ class Units {
   }
 
   [[nodiscard]] CodedPicture picture() const {
-    auto configuration = heif::hevcConfigurationBox({sets_.begin(), sets_.end()});
+    auto configuration = formats::hevcConfigurationBox({sets_.begin(), sets_.end()});
     require(configuration.has_value(), "no configuration record");
     return {std::move(*configuration), slices_};
   }

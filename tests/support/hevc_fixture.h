@@ -1,5 +1,5 @@
 #pragma once
-#include "platform/bytes.h"
+#include "platform/values/bytes.h"
 #include "platform/image.h"
 
 namespace quellor::test_support {

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/bytes.h"
+#include "platform/values/bytes.h"
 
 /// Makes JPEG files for tests with the JPEG library's encoder, and decodes them in the plainest way for comparison.
 namespace quellor::test_support {

@@ -3,7 +3,7 @@
 #include <optional>
 #include <vector>
 
-#include "platform/bytes.h"
+#include "platform/values/bytes.h"
 #include "tests/support/jpeg_fixture.h"
 
 /// Makes multi-picture JPEG files (CIPA DC-007) for tests.

@@ -3,7 +3,7 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/bytes.h"
+#include "platform/values/bytes.h"
 
 /// Exif blocks and XMP packets that hold texts which stand nowhere else, in order and damaged in every way that a
 /// reader may forgive, for tests that look for those texts in what is written afterwards.

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/bytes.h"
+#include "platform/values/bytes.h"
 
 /// Makes PNG files for tests with the PNG library's encoder.
 namespace quellor::test_support {

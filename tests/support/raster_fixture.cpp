@@ -4,7 +4,7 @@
 #include <map>
 #include <memory>
 
-#include "platform/bytes.h"
+#include "platform/values/bytes.h"
 
 namespace quellor::test_support {
 namespace {

@@ -8,7 +8,7 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
-#include "platform/bytes.h"
+#include "platform/values/bytes.h"
 #include "tests/support/program.h"
 #include "tests/support/request.h"
 #include "tests/support/temporary_directory.h"

@@ -2,7 +2,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "platform/bytes.h"
+#include "platform/values/bytes.h"
 
 /// TIFF files built byte by byte (TIFF 6.0; BigTIFF), so that a test can make any mistake in them that it needs.
 namespace quellor::test_support {

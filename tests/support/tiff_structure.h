@@ -5,7 +5,7 @@
 #include <utility>
 #include <vector>
 
-#include "platform/bytes.h"
+#include "platform/values/bytes.h"
 
 namespace quellor::test_support {
 

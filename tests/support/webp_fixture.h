@@ -4,7 +4,7 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/bytes.h"
+#include "platform/values/bytes.h"
 
 /// WebP files (RFC 9649): bitstreams by the library, everything around them byte by byte.
 namespace quellor::test_support {

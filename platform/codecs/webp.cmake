@@ -1,1 +1,0 @@
-quellor_module(webp SOURCES webp.cpp PACKAGES libwebp libwebpdemux)

@@ -1,0 +1,25 @@
+#include <utility>
+
+#include "platform/formats/heif_checks.h"
+#include "platform/formats/heif_items.h"
+#include "platform/formats/image_format.h"
+#include "platform/threads/parallel.h"
+#include "platform/heif/container_reader.h"
+#include "platform/heif/heif_facts.h"
+
+namespace quellor::formats {
+
+std::optional<ImageFacts> describeHeif(ByteView file) { return heif::factsOf(file); }
+
+std::optional<Raster> decodeHeif(ByteView file) {
+  const auto container = heif::readContainer(file);
+  if (!container) return std::nullopt;
+  const heif::Item& primary = *container->find(container->primaryItem);
+  if (!mayBeDecoded(*container, primary)) return std::nullopt;
+  const ItemDecoder decoder(*container);
+  auto image = decoder.decode(primary, Transformations::cleanApertureOnly, processors());
+  if (!image) return std::nullopt;
+  return sitedOnLeft(std::move(*image));
+}
+
+}  // namespace quellor::formats

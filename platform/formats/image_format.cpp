@@ -1,0 +1,78 @@
+#include "platform/formats/image_format.h"
+
+#include <algorithm>
+#include <array>
+#include <new>
+#include <string_view>
+
+namespace quellor {
+namespace {
+
+using namespace std::string_view_literals;
+
+std::string_view textAt(ByteView bytes, std::size_t offset, std::size_t size) {
+  if (offset > bytes.size() || size > bytes.size() - offset) return {};
+  return {reinterpret_cast<const char*>(bytes.data()) + offset, size};
+}
+
+bool startsWith(ByteView head, std::string_view signature) { return textAt(head, 0, signature.size()) == signature; }
+
+/// Brands of still images and image collections (ISO/IEC 23008-12, annexes B to L; 23000-22; AVIF 1.1), so that a
+/// film in the same container is not taken for one.
+constexpr std::array kImageBrands = {"heic"sv, "heix"sv, "heim"sv, "heis"sv, "hevc"sv, "hevx"sv, "hevm"sv, "hevs"sv,
+                                     "mif1"sv, "mif2"sv, "mif3"sv, "msf1"sv, "miaf"sv, "avif"sv, "avis"sv, "avci"sv,
+                                     "avcs"sv, "jpeg"sv, "jpgs"sv, "j2ki"sv, "j2is"sv, "vvic"sv, "unif"sv, "1pic"sv};
+
+bool isHeif(ByteView head) {
+  if (textAt(head, 4, 4) != "ftyp"sv) return false;
+  const std::size_t boxSize =
+      std::size_t{head[0]} << 24 | std::size_t{head[1]} << 16 | std::size_t{head[2]} << 8 | std::size_t{head[3]};
+  const std::size_t end = std::min(boxSize, head.size());
+  for (std::size_t offset = 8; offset + 4 <= end; offset += 4) {
+    const bool minorVersion = offset == 12;
+    if (minorVersion) continue;
+    const std::string_view brand = textAt(head, offset, 4);
+    if (std::find(kImageBrands.begin(), kImageBrands.end(), brand) != kImageBrands.end()) return true;
+  }
+  return false;
+}
+
+/// Classic TIFF (TIFF 6.0, section 2), little and big endian. BigTIFF is left out: photos have no need of it, and what
+/// reads metadata would not find any in it.
+bool isTiff(ByteView head) { return startsWith(head, "II*\0"sv) || startsWith(head, "MM\0*"sv); }
+
+/// `function`, with absence where memory runs out.
+template <auto function>
+auto absentWithoutMemory(ByteView file) -> decltype(function(file)) {
+  try {
+    return function(file);
+  } catch (const std::bad_alloc&) {
+    return std::nullopt;
+  }
+}
+
+template <auto describe, auto decode>
+constexpr ImageFormat format(const char* name) {
+  return {name, absentWithoutMemory<describe>, absentWithoutMemory<decode>};
+}
+
+constexpr ImageFormat kHeif = format<formats::describeHeif, formats::decodeHeif>("HEIF");
+constexpr ImageFormat kJpeg = format<formats::describeJpeg, formats::decodeJpeg>("JPEG");
+constexpr ImageFormat kPng = format<formats::describePng, formats::decodePng>("PNG");
+constexpr ImageFormat kTiff = format<formats::describeTiff, formats::decodeTiff>("TIFF");
+constexpr ImageFormat kWebp = format<formats::describeWebp, formats::decodeWebp>("WebP");
+constexpr ImageFormat kGif = format<formats::describeGif, formats::decodeGif>("GIF");
+
+}  // namespace
+
+const ImageFormat* formatOf(ByteView head) {
+  if (isHeif(head)) return &kHeif;
+  if (startsWith(head, "\xff\xd8\xff"sv)) return &kJpeg;
+  if (startsWith(head, "\x89PNG\r\n\x1a\n"sv)) return &kPng;
+  if (isTiff(head)) return &kTiff;
+  if (startsWith(head, "RIFF"sv) && textAt(head, 8, 4) == "WEBP"sv) return &kWebp;
+  if (startsWith(head, "GIF87a"sv) || startsWith(head, "GIF89a"sv)) return &kGif;
+  return nullptr;
+}
+
+}  // namespace quellor

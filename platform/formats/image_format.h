@@ -1,0 +1,49 @@
+#pragma once
+#include <optional>
+
+#include "platform/values/bytes.h"
+#include "platform/values/image_facts.h"
+#include "platform/values/raster.h"
+
+namespace quellor {
+
+/// How the files of one format are read. What comes out is plain data, never a library's handle; all is free of state.
+struct ImageFormat {
+  const char* name = nullptr;  // for tests and messages: "HEIF"
+
+  /// Absent when the file's structure is broken or memory runs out. `file` is the whole file.
+  std::optional<ImageFacts> (*describe)(ByteView file) = nullptr;
+
+  /// The primary image's samples. Absent when any coded sample is missing, damaged or concealed, or when the memory for
+  /// it cannot be had. Raises MissingModule.
+  std::optional<Raster> (*decode)(ByteView file) = nullptr;
+};
+
+/// The format that a file with these first bytes claims to be of, or null. A few hundred bytes are enough. The name of
+/// a file has no say.
+const ImageFormat* formatOf(ByteView head);
+
+}  // namespace quellor
+
+/// What the formats define, each in its own file: describe() and decode() of ImageFormat, but throwing std::bad_alloc.
+namespace quellor::formats {
+
+std::optional<ImageFacts> describeGif(ByteView file);
+std::optional<Raster> decodeGif(ByteView file);
+
+std::optional<ImageFacts> describeHeif(ByteView file);
+std::optional<Raster> decodeHeif(ByteView file);
+
+std::optional<ImageFacts> describeJpeg(ByteView file);
+std::optional<Raster> decodeJpeg(ByteView file);
+
+std::optional<ImageFacts> describePng(ByteView file);
+std::optional<Raster> decodePng(ByteView file);
+
+std::optional<ImageFacts> describeTiff(ByteView file);
+std::optional<Raster> decodeTiff(ByteView file);
+
+std::optional<ImageFacts> describeWebp(ByteView file);
+std::optional<Raster> decodeWebp(ByteView file);
+
+}  // namespace quellor::formats

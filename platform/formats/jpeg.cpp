@@ -1,0 +1,36 @@
+#include <optional>
+#include <utility>
+
+#include "platform/formats/image_format.h"
+#include "platform/formats/jpeg_decode.h"
+#include "platform/formats/jpeg_markers.h"
+#include "platform/formats/jpeg_multi_picture.h"
+#include "platform/formats/jpeg_session.h"
+
+namespace quellor::formats {
+using namespace jpeg;
+
+std::optional<ImageFacts> describeJpeg(ByteView file) {
+  Session session(file);
+  if (!session.readHeader()) return std::nullopt;
+  const auto model = sampleModelOf(session);
+  if (!model) return std::nullopt;
+  ImageFacts facts;
+  facts.width = session.info().image_width;
+  facts.height = session.info().image_height;
+  facts.colorModel = colorModelOf(*model);
+  ApplicationSegments segments = readApplicationSegments(file);
+  if (segments.multiPicture) facts.imageCount = countPictures(file, *segments.multiPicture);
+  facts.iccProfile = std::move(segments.iccProfile);
+  facts.metadata = std::move(segments.metadata);
+  if (segments.jfif) {
+    facts.formatDictionary = FormatDictionary::jfif;
+    if (const auto& dpi = segments.jfif->dpi) {
+      facts.dpiWidth = dpi->first;
+      facts.dpiHeight = dpi->second;
+    }
+  }
+  return facts;
+}
+
+}  // namespace quellor::formats
