@@ -31,8 +31,9 @@ bool isDisplayP3(const std::optional<std::string>& colorSpaceName) {
 std::vector<std::string> computeRemovedItems(const ImageObservation& input, const ImageObservation& output) {
   std::vector<std::string> items;
   for (const std::string& key : missingFrom(output.metadataKeys, input.metadataKeys)) items.push_back(key);
-  for (const std::string& label : missingFrom(output.auxiliaryTypes, input.auxiliaryTypes))
+  for (const std::string& label : missingFrom(output.auxiliaryTypes, input.auxiliaryTypes)) {
     items.push_back("auxiliary:" + label);
+  }
   // Only a profile that is reported with no bytes counts as removed; an absent one is deliberately not listed.
   if (input.iccProfileBytes.value_or(0) >= 1 && output.iccProfileBytes == 0) items.emplace_back("ICC");
   std::sort(items.begin(), items.end());
@@ -40,12 +41,14 @@ std::vector<std::string> computeRemovedItems(const ImageObservation& input, cons
 }
 
 void validateColorSpacePreserved(const ImageObservation& input, const ImageObservation& output) {
-  if (isDisplayP3(input.colorSpaceName) && !isDisplayP3(output.colorSpaceName))
+  if (isDisplayP3(input.colorSpaceName) && !isDisplayP3(output.colorSpaceName)) {
     failColorSpace("Display P3 input color space was not preserved in output");
+  }
   const bool bothHaveProfiles = input.iccProfileSHA256 && output.iccProfileSHA256;
   if (bothHaveProfiles && input.iccProfileSHA256 != output.iccProfileSHA256 &&
-      input.colorSpaceName != output.colorSpaceName)
+      input.colorSpaceName != output.colorSpaceName) {
     failColorSpace("ICC profile hash changed between input and output");
+  }
 }
 
 void validateOrientationPreserved(const ImageObservation& input, const ImageObservation& output,

@@ -36,18 +36,20 @@ AuxiliaryFacts observeAuxiliaryImages(const ImageSource& source) {
   std::size_t misses = 0;
   for (const AuxiliaryTypeKey& key : auxiliaryTypeKeys) {
     const auto info = source.auxiliaryDataInfoAt(kPrimaryIndex, key.type);
-    if (info && !info->empty())
+    if (info && !info->empty()) {
       facts.labels.emplace_back(key.label);
-    else
+    } else {
       ++misses;
+    }
   }
   std::sort(facts.labels.begin(), facts.labels.end());
-  if (!facts.labels.empty())
+  if (!facts.labels.empty()) {
     facts.observation = "detected";
-  else if (misses == auxiliaryTypeKeys.size())
+  } else if (misses == auxiliaryTypeKeys.size()) {
     facts.observation = "none_detected_or_api_returned_empty";
-  else
+  } else {
     facts.observation = "none_detected";
+  }
   return facts;
 }
 

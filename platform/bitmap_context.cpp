@@ -16,21 +16,32 @@ bool fills(std::int64_t width, std::int64_t height, std::size_t room) {
   return bytes % kBytesPerPixel == 0 && bytes / kBytesPerPixel % width == 0 && bytes / kBytesPerPixel / width == height;
 }
 
+class RgbxContext final : public BitmapContext {
+ public:
+  RgbxContext(std::span<std::uint8_t> pixels, std::int64_t width, std::int64_t height)
+      : pixels_(pixels), width_(width), height_(height) {}
+
+  [[nodiscard]] bool draw(const Image& image) const override {
+    if (image.width() != width_ || image.height() != height_) return false;
+    try {
+      return pixels::drawRgbx(image.raster, pixels_);
+    } catch (const std::bad_alloc&) {
+      return false;
+    }
+  }
+
+ private:
+  std::span<std::uint8_t> pixels_;
+  std::int64_t width_;
+  std::int64_t height_;
+};
+
 }  // namespace
 
-std::optional<BitmapContext> BitmapContext::create(std::int64_t width, std::int64_t height, const ColorSpace& space,
-                                                   std::span<std::uint8_t> pixels) {
-  if (componentCount(space.model()) != 3 || !fills(width, height, pixels.size())) return std::nullopt;
-  return BitmapContext(width, height, pixels);
-}
-
-bool BitmapContext::draw(const Image& image) const {
-  if (image.width() != width_ || image.height() != height_) return false;
-  try {
-    return pixels::drawRgbx(image.raster, pixels_);
-  } catch (const std::bad_alloc&) {
-    return false;
-  }
+std::unique_ptr<BitmapContext> bitmapContextOver(std::span<std::uint8_t> pixels, std::int64_t width,
+                                                 std::int64_t height, const ColorSpace& space) {
+  if (componentCount(space.model()) != 3 || !fills(width, height, pixels.size())) return nullptr;
+  return std::make_unique<RgbxContext>(pixels, width, height);
 }
 
 }  // namespace quellor

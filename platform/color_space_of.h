@@ -2,8 +2,8 @@
 #include <optional>
 #include <string>
 
-#include "platform/values/bytes.h"
 #include "platform/color_space.h"
+#include "platform/values/bytes.h"
 
 namespace quellor {
 
@@ -20,7 +20,6 @@ struct ImageColor {
 /// 3. the model: sRGB, generic grey, generic CMYK.
 /// A space of 2 or 3 brings a profile that was built for it, unless there is none (PQ, HLG, CMYK).
 /// Throws std::bad_alloc.
-ImageColor colorSpaceOf(ColorModel model, const std::optional<Bytes>& icc,
-                        const std::optional<Cicp>& cicp);
+ImageColor colorSpaceOf(ColorModel model, const std::optional<Bytes>& icc, const std::optional<Cicp>& cicp);
 
 }  // namespace quellor

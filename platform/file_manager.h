@@ -4,8 +4,8 @@
 #include <span>
 #include <string>
 
-#include "platform/values/bytes.h"
 #include "platform/described_error.h"
+#include "platform/values/bytes.h"
 
 namespace quellor {
 

@@ -6,17 +6,17 @@
 
 #include "platform/color/known_spaces.h"
 #include "platform/files/directory_sync.h"
-#include "platform/formats/heic_encoder.h"
 #include "platform/files/gathered_write.h"
+#include "platform/files/path.h"
+#include "platform/formats/heic_encoder.h"
 #include "platform/heif/container_reader.h"
 #include "platform/heif/container_writer.h"
 #include "platform/heif/item_properties.h"
 #include "platform/heif/output_metadata.h"
 #include "platform/heif/output_properties.h"
 #include "platform/heif/primary_copy.h"
-#include "platform/metadata/block_editing.h"
 #include "platform/image_properties.h"
-#include "platform/files/path.h"
+#include "platform/metadata/block_editing.h"
 #include "platform/pixels/encoding_form.h"
 
 namespace quellor {

@@ -7,7 +7,6 @@
 #include "platform/formats/image_format.h"
 #include "platform/heic_destination.h"
 
-
 namespace quellor {
 namespace {
 
@@ -35,10 +34,10 @@ std::unique_ptr<ImageDestination> SystemImageServices::createDestination(const s
   return HeicDestination::create(path);
 }
 
-std::optional<BitmapContext> SystemImageServices::createBitmapContext(std::int64_t width, std::int64_t height,
-                                                                      const ColorSpace& space,
-                                                                      std::span<std::uint8_t> pixels) const {
-  return BitmapContext::create(width, height, space, pixels);
+std::unique_ptr<BitmapContext> SystemImageServices::createBitmapContext(std::int64_t width, std::int64_t height,
+                                                                        const ColorSpace& space,
+                                                                        std::span<std::uint8_t> pixels) const {
+  return bitmapContextOver(pixels, width, height, space);
 }
 
 }  // namespace quellor

@@ -24,10 +24,10 @@ class ImageServices {
   /// created.
   [[nodiscard]] virtual std::unique_ptr<ImageDestination> createDestination(const std::string& path) const = 0;
 
-  /// A bitmap context of that size over `pixels`; absent as BitmapContext::create() has it.
-  [[nodiscard]] virtual std::optional<BitmapContext> createBitmapContext(std::int64_t width, std::int64_t height,
-                                                                         const ColorSpace& space,
-                                                                         std::span<std::uint8_t> pixels) const = 0;
+  /// A bitmap context of that size over `pixels`; null as bitmapContextOver() has it.
+  [[nodiscard]] virtual std::unique_ptr<BitmapContext> createBitmapContext(std::int64_t width, std::int64_t height,
+                                                                           const ColorSpace& space,
+                                                                           std::span<std::uint8_t> pixels) const = 0;
 };
 
 /// Image services on the formats of platform/formats/.
@@ -35,9 +35,9 @@ class SystemImageServices final : public ImageServices {
  public:
   [[nodiscard]] std::unique_ptr<ImageSource> openSource(const std::string& path) const override;
   [[nodiscard]] std::unique_ptr<ImageDestination> createDestination(const std::string& path) const override;
-  [[nodiscard]] std::optional<BitmapContext> createBitmapContext(std::int64_t width, std::int64_t height,
-                                                                 const ColorSpace& space,
-                                                                 std::span<std::uint8_t> pixels) const override;
+  [[nodiscard]] std::unique_ptr<BitmapContext> createBitmapContext(std::int64_t width, std::int64_t height,
+                                                                   const ColorSpace& space,
+                                                                   std::span<std::uint8_t> pixels) const override;
 };
 
 }  // namespace quellor

@@ -65,10 +65,11 @@ class MemberRecorder : public nlohmann::json_sax<Json> {
     return descend(true);
   }
   bool key(string_t& name) override {
-    if (depth_ == 1)
+    if (depth_ == 1) {
       topKey_ = std::move(name);
-    else if (depth_ == 2)
+    } else if (depth_ == 2) {
       innerKey_ = std::move(name);
+    }
     return true;
   }
   bool end_object() override { return ascend(); }

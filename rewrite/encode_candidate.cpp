@@ -16,8 +16,9 @@ double checkedQuality(const HelperRequest& request) {
   if (request.operation != "encode-candidate") return quality.value_or(kDefaultQuality);
   if (!quality) throw HelperFailure("missing_quality", "quality is required for encode-candidate");
   if (!std::isfinite(*quality)) throw HelperFailure("invalid_quality", "quality must be a finite number");
-  if (*quality < 0.0 || *quality > 1.0)
+  if (*quality < 0.0 || *quality > 1.0) {
     throw HelperFailure("quality_out_of_range", "quality must be between 0.0 and 1.0 inclusive");
+  }
   return *quality;
 }
 

@@ -24,8 +24,9 @@ std::unique_ptr<ImageSource> openInput(const ImageServices& images, const std::s
 
 std::unique_ptr<ImageDestination> createDestination(const ImageServices& images, const std::string& path) {
   auto destination = images.createDestination(path);
-  if (destination == nullptr)
+  if (destination == nullptr) {
     throw HelperFailure("destination_create_failed", "CGImageDestinationCreateWithURL failed");
+  }
   return destination;
 }
 

@@ -40,8 +40,9 @@ HelperResponse writeThroughStaging(const Platform& platform, const HelperRequest
   staged.set(tempPath);
   Warnings warnings = write(tempPath);
 
-  if (!platform.files.fileExists(tempPath))
+  if (!platform.files.fileExists(tempPath)) {
     throw HelperFailure("output_missing", "temporary output missing after finalize");
+  }
   validateOutputFile(platform, tempPath);
   ImageObservation output = observeOutputFile(platform, tempPath, true);
   validateColorSpacePreserved(input, output);

@@ -10,8 +10,9 @@ namespace quellor {
 namespace {
 
 const std::string& checkedOutputPath(const FileManager& files, const HelperRequest& request) {
-  if (!request.outputPath || request.outputPath->empty())
+  if (!request.outputPath || request.outputPath->empty()) {
     throw HelperFailure("invalid_request", "outputPath (raw file) is required");
+  }
   if (!files.fileExists(request.inputPath)) throw HelperFailure("input_not_found", "input file not found");
   if (files.fileExists(*request.outputPath)) throw HelperFailure("invalid_request", "raw output path already exists");
   return *request.outputPath;

@@ -4,8 +4,6 @@
 #include <memory>
 #include <span>
 
-#include "platform/values/bytes.h"
-
 namespace quellor {
 
 /// Bytes of a pixel in memory and in the raw file: red, green, blue and a fourth one that is never 0.
@@ -21,7 +19,7 @@ class PixelBuffer {
   static PixelBuffer zeroed(std::int64_t byteCount);
 
   [[nodiscard]] std::span<std::uint8_t> bytes() { return {memory_.get(), size_}; }
-  [[nodiscard]] ByteView bytes() const { return {memory_.get(), size_}; }
+  [[nodiscard]] std::span<const std::uint8_t> bytes() const { return {memory_.get(), size_}; }
 
  private:
   struct Free {

@@ -22,8 +22,9 @@ Entries gpsEntries(const TiffStructure& tiff) {
 
 Entries exifEntries(const TiffStructure& tiff, std::size_t makerNoteBytes) {
   Entries entries;
-  for (std::size_t i = 0; i < kCameraSettings; ++i)
+  for (std::size_t i = 0; i < kCameraSettings; ++i) {
     entries.push_back(tiff.rationalEntry(static_cast<std::uint16_t>(kFirstSetting + i), 28, 10));
+  }
   entries.push_back(TiffStructure::undefinedEntry(exif_tag::kMakerNote, Bytes(makerNoteBytes, 7)));
   return entries;
 }

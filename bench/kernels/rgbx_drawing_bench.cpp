@@ -3,9 +3,8 @@
 
 #include <benchmark/benchmark.h>
 
+#include "platform/pixels/rgbx_drawing.h"
 #include "platform/values/bytes.h"
-#include "platform/module.h"
-#include "platform/pixels/pixel_engine.h"
 
 namespace quellor {
 namespace {
@@ -39,12 +38,10 @@ Raster photo(int bits) {
 }
 
 void drawPhoto(benchmark::State& state) {
-  const auto* const engine = ModuleLoader(QUELLOR_MODULES).open<PixelEngine>("pixels", kPixelEngineEntry);
-  if (engine == nullptr) return state.SkipWithError("the module is missing");
   const Raster raster = photo(static_cast<int>(state.range(0)));
   Bytes pixels(std::size_t{kWidth} * kHeight * 4);
   while (state.KeepRunning()) {
-    if (!engine->drawRgbx(raster, pixels)) return state.SkipWithError("the photo was not drawn");
+    if (!pixels::drawRgbx(raster, pixels)) return state.SkipWithError("the photo was not drawn");
     benchmark::DoNotOptimize(pixels.data());
   }
   state.SetItemsProcessed(state.iterations() * std::int64_t{kWidth} * kHeight);

@@ -77,8 +77,9 @@ Bytes numberUnit(std::uint32_t number) {
   BoxWriter writer;
   writer.u32(unitBytes).u8(suffixSei << 1U).u8(1).u8(userDataUnregistered).u8(identifier.size() + numberBytes);
   for (const char character : identifier) writer.u8(static_cast<std::uint8_t>(character));
-  for (unsigned shift = 0; shift < 7 * numberBytes; shift += 7)
+  for (unsigned shift = 0; shift < 7 * numberBytes; shift += 7) {
     writer.u8(static_cast<std::uint8_t>(0x80U | (number >> shift & 0x7fU)));
+  }
   return writer.u8(stop).take();
 }
 
@@ -97,14 +98,16 @@ class TileRepeater {
     const auto grid = std::find_if(file_.items.begin(), file_.items.end(),
                                    [&](const OutputItem& item) { return item.id == file_.primaryItem; });
     if (grid == file_.items.end() || grid->type != kGrid) throw std::runtime_error("the primary image is no grid");
-    if (file_.references.size() != 1 || file_.references[0].type != kDerivedFrom)
+    if (file_.references.size() != 1 || file_.references[0].type != kDerivedFrom) {
       throw std::runtime_error("the image has more than its tiles");
+    }
     OutputItem primary = *grid;
     const Grid source = arrangementOf(primary);
     const std::vector<OutputItem> tiles = tilesOf(source);
     for (const Bytes& property : file_.properties)
-      if (typeOf(property) == kDecoderConfiguration && !hasLongLengths(property))
+      if (typeOf(property) == kDecoderConfiguration && !hasLongLengths(property)) {
         throw std::runtime_error("the units' lengths are not of 4 bytes");
+      }
     resize(primary);
     file_.items = {std::move(primary)};
     repeat(tiles, source);
@@ -171,8 +174,9 @@ void writeRepeated(const char* input, const char* output, const Grid& wanted) {
   const auto serialised = serialise(file);
   if (!serialised) throw std::runtime_error("the grid cannot be written");
   std::ofstream written(output, std::ios::binary);
-  for (const ByteView part : serialised->parts())
+  for (const ByteView part : serialised->parts()) {
     written.write(reinterpret_cast<const char*>(part.data()), static_cast<std::streamsize>(part.size()));
+  }
   if (!written.flush()) throw std::runtime_error("the output cannot be written");
 }
 
@@ -180,8 +184,9 @@ void writeRepeated(const char* input, const char* output, const Grid& wanted) {
 std::uint32_t number(std::string_view text, std::uint32_t greatest) {
   std::uint32_t value = 0;
   const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-  if (error != std::errc() || end != text.data() + text.size() || value == 0 || value > greatest)
+  if (error != std::errc() || end != text.data() + text.size() || value == 0 || value > greatest) {
     throw std::runtime_error("not a usable number: " + std::string(text));
+  }
   return value;
 }
 

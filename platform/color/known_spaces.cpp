@@ -130,7 +130,7 @@ const KnownSpace* findGreySpace(const CurveSamples& curve) {
 
 std::string_view rgbSpaceName(const Cicp& cicp) {
   const auto found = std::ranges::find_if(kCicpNames, [&](const CicpName& entry) {
-    return entry.primaries == cicp.colourPrimaries && entry.transfer == cicp.transferCharacteristics;
+    return entry.primaries == cicp.colorPrimaries && entry.transfer == cicp.transferCharacteristics;
   });
   return found == kCicpNames.end() ? kDefaultRgbSpace : found->name;
 }

@@ -48,7 +48,7 @@ std::optional<ColorModel> modelOf(const Header& header) {
 
 /// Whether the profile leads from a device or a space to the connection space. Links, abstract and named-colour
 /// profiles do not.
-bool describesColours(const Header& header) {
+bool describesColors(const Header& header) {
   constexpr std::array<std::uint32_t, 4> kClasses{cmsSigInputClass, cmsSigDisplayClass, cmsSigOutputClass,
                                                   cmsSigColorSpaceClass};
   return std::ranges::find(kClasses, header.profileClass) != kClasses.end() &&
@@ -134,7 +134,7 @@ std::optional<ProfileFacts> describeProfile(ByteView profile) {
   if (profile.size() < kHeaderBytes) return std::nullopt;
   const Header header = readHeader(profile);
   const std::optional<ColorModel> model = modelOf(header);
-  if (header.size > profile.size() || !describesColours(header) || !model) return std::nullopt;
+  if (header.size > profile.size() || !describesColors(header) || !model) return std::nullopt;
   const LcmsContext context(cmsCreateContext(nullptr, nullptr));
   if (!context) return std::nullopt;
   const LcmsProfile opened(cmsOpenProfileFromMemTHR(context.get(), profile.data(), header.size));

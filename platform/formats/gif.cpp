@@ -5,10 +5,10 @@
 
 #include <gif_lib.h>
 
-#include "platform/formats/image_format.h"
 #include "platform/formats/gif_records.h"
-#include "platform/values/sample_memory.h"
+#include "platform/formats/image_format.h"
 #include "platform/values/limits.h"
+#include "platform/values/sample_memory.h"
 
 namespace quellor {
 namespace {
@@ -66,8 +66,8 @@ bool paintRow(const gif::Frame& frame, const std::vector<GifPixelType>& indexes,
       std::fill_n(pixel, pixelBytes, std::uint8_t{0});
     } else {
       const std::size_t offset = std::size_t{index} * 3;
-      if (offset >= frame.colourMap.size()) return false;
-      std::memcpy(pixel, frame.colourMap.data() + offset, 3);
+      if (offset >= frame.colorMap.size()) return false;
+      std::memcpy(pixel, frame.colorMap.data() + offset, 3);
       if (pixelBytes == 4) pixel[3] = 255;
     }
     pixel += pixelBytes;

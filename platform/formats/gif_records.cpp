@@ -106,12 +106,12 @@ class Walk {
     records_.height = reader_.number();
     const std::uint8_t flags = reader_.byte();
     reader_.take(2);  // background colour and pixel aspect ratio
-    globalColourMap_ = colourMap(flags);
+    globalColorMap_ = colorMap(flags);
     return !reader_.failed() && records_.width != 0 && records_.height != 0;
   }
 
   /// The colour map that the flags of a descriptor announce behind it.
-  ByteView colourMap(std::uint8_t flags) {
+  ByteView colorMap(std::uint8_t flags) {
     if ((flags & 0x80) == 0) return {};
     return reader_.take(std::size_t{3} << ((flags & 7) + 1));
   }
@@ -125,8 +125,8 @@ class Walk {
     frame.height = reader_.number();
     const std::uint8_t flags = reader_.byte();
     frame.interlaced = (flags & 0x40) != 0;
-    frame.colourMap = colourMap(flags);
-    if (frame.colourMap.empty()) frame.colourMap = globalColourMap_;
+    frame.colorMap = colorMap(flags);
+    if (frame.colorMap.empty()) frame.colorMap = globalColorMap_;
     const std::uint8_t codeSize = reader_.byte();
     const ByteView data = reader_.subBlocks();
     if (data.size() <= 1 || codeSize < 2 || codeSize > 8 || frame.width == 0 || frame.height == 0) return false;
@@ -163,7 +163,7 @@ class Walk {
 
   Reader reader_;
   Records records_;
-  ByteView globalColourMap_;
+  ByteView globalColorMap_;
   Frame control_;  // what a graphic control block said for the frame to come
 };
 

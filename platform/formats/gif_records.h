@@ -14,7 +14,7 @@ struct Frame {
   std::uint16_t width = 0;  // 1 or more
   std::uint16_t height = 0;
   bool interlaced = false;
-  ByteView colourMap;  // the local one, else the global one: red, green, blue of each entry; may be empty
+  ByteView colorMap;  // the local one, else the global one: red, green, blue of each entry; may be empty
   std::optional<std::uint8_t> transparentIndex;
 };
 

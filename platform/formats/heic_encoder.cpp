@@ -8,12 +8,12 @@
 #include <vector>
 
 #include "platform/formats/heic_encoder_settings.h"
+#include "platform/formats/hevc_configuration.h"
 #include "platform/formats/hevc_modules.h"
-#include "platform/threads/parallel.h"
 #include "platform/formats/planes.h"
 #include "platform/heif/encoded_image.h"
-#include "platform/formats/hevc_configuration.h"
 #include "platform/hevc/nal.h"
+#include "platform/threads/parallel.h"
 #include "platform/threads/startable_threads.h"
 
 namespace quellor {

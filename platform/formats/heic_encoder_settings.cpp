@@ -54,7 +54,7 @@ std::string codingTreeUnitFor(const Raster& raster) {
 Options signalling(const Raster& raster, PictureRole role) {
   if (role == PictureRole::alpha) return {{"range", "full"}};
   Options options = {{"range", raster.coding.fullRange ? "full" : "limited"},
-                     {"colorprim", std::to_string(raster.coding.colourPrimaries)},
+                     {"colorprim", std::to_string(raster.coding.colorPrimaries)},
                      {"transfer", std::to_string(raster.coding.transferCharacteristics)},
                      {"colormatrix", std::to_string(raster.coding.matrixCoefficients)}};
   // Nothing signalled means left (ITU-T H.265, E.3.1).

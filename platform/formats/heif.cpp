@@ -3,9 +3,9 @@
 #include "platform/formats/heif_checks.h"
 #include "platform/formats/heif_items.h"
 #include "platform/formats/image_format.h"
-#include "platform/threads/parallel.h"
 #include "platform/heif/container_reader.h"
 #include "platform/heif/heif_facts.h"
+#include "platform/threads/parallel.h"
 
 namespace quellor::formats {
 

@@ -29,10 +29,11 @@ Component stretched(const Component& from, int fromBits, int bits, std::shared_p
     for (std::uint32_t x = 0; x < from.width; ++x, in += from.stepBytes, out += toBytes) {
       const std::uint32_t sample = std::min(sampleAt(in, fromBytes), fromGreatest);
       const auto value = static_cast<std::uint16_t>((sample * greatest + fromGreatest / 2) / fromGreatest);
-      if (toBytes == 1)
+      if (toBytes == 1) {
         *out = static_cast<std::uint8_t>(value);
-      else
+      } else {
         std::memcpy(out, &value, sizeof value);
+      }
     }
   }
   owner = planes.raster().owner;

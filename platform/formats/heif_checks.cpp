@@ -8,16 +8,16 @@
 #include <utility>
 #include <vector>
 
-#include "platform/values/limits.h"
 #include "platform/formats/av1_items.h"
+#include "platform/formats/hevc_configuration.h"
 #include "platform/formats/jpeg_items.h"
 #include "platform/heif/auxiliary_type.h"
 #include "platform/heif/clean_aperture.h"
 #include "platform/heif/derivations.h"
-#include "platform/formats/hevc_configuration.h"
 #include "platform/heif/item_data.h"
 #include "platform/heif/item_properties.h"
 #include "platform/heif/item_relations.h"
+#include "platform/values/limits.h"
 
 namespace quellor::formats {
 namespace {

@@ -5,11 +5,11 @@
 #include <vector>
 
 #include "platform/formats/heif_items.h"
-#include "platform/threads/parallel.h"
 #include "platform/formats/planes.h"
 #include "platform/heif/auxiliary_type.h"
 #include "platform/heif/derivations.h"
 #include "platform/heif/item_data.h"
+#include "platform/threads/parallel.h"
 
 namespace quellor::formats {
 namespace {

@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "platform/formats/av1_items.h"
+#include "platform/formats/chroma_siting.h"
 #include "platform/formats/heif_alpha.h"
 #include "platform/formats/heif_grid.h"
 #include "platform/formats/heif_overlay.h"
@@ -10,7 +11,6 @@
 #include "platform/formats/jpeg_items.h"
 #include "platform/formats/planes.h"
 #include "platform/heif/auxiliary_type.h"
-#include "platform/formats/chroma_siting.h"
 #include "platform/heif/item_properties.h"
 
 namespace quellor::formats {

@@ -25,9 +25,7 @@ bool isSupported(const AVPixFmtDescriptor& format) {
 }
 
 unsigned chromaFormatOf(const AVPixFmtDescriptor& format) {
-  if (format.nb_components == 1) {
-    return 0;
-  }
+  if (format.nb_components == 1) return 0;
   return format.log2_chroma_h == 1 ? 1 : format.log2_chroma_w == 1 ? 2 : 3;
 }
 
@@ -41,25 +39,19 @@ HevcPicture::Plane planeOf(const AVFrame& frame, const AVPixFmtDescriptor& forma
 /// Shows what the conformance window leaves of the frame.
 bool describe(const AVFrame& frame, HevcPicture& picture) {
   const AVPixFmtDescriptor* format = av_pix_fmt_desc_get(static_cast<AVPixelFormat>(frame.format));
-  if (format == nullptr || !isSupported(*format) || frame.width <= 0 || frame.height <= 0) {
-    return false;
-  }
+  if (format == nullptr || !isSupported(*format) || frame.width <= 0 || frame.height <= 0) return false;
   const auto width = static_cast<std::size_t>(frame.width), height = static_cast<std::size_t>(frame.height);
   const std::size_t cropX = frame.crop_left + frame.crop_right, cropY = frame.crop_top + frame.crop_bottom;
-  if (cropX >= width || cropY >= height) {
-    return false;
-  }
+  if (cropX >= width || cropY >= height) return false;
   picture.width = static_cast<std::uint32_t>(width - cropX);
   picture.height = static_cast<std::uint32_t>(height - cropY);
   picture.bits = format->comp[0].depth;
   picture.chromaFormat = chromaFormatOf(*format);
   for (int plane = 0; plane < format->nb_components; ++plane) {
-    if (frame.linesize[plane] <= 0) {
-      return false;
-    }
+    if (frame.linesize[plane] <= 0) return false;
     picture.planes[plane] = planeOf(frame, *format, plane);
   }
-  picture.colourPrimaries = static_cast<std::uint16_t>(frame.color_primaries);
+  picture.colorPrimaries = static_cast<std::uint16_t>(frame.color_primaries);
   picture.transferCharacteristics = static_cast<std::uint16_t>(frame.color_trc);
   picture.matrixCoefficients = static_cast<std::uint16_t>(frame.colorspace);
   picture.fullRange = frame.color_range == AVCOL_RANGE_JPEG;
@@ -69,9 +61,7 @@ bool describe(const AVFrame& frame, HevcPicture& picture) {
 bool decode(const std::uint8_t* stream, std::size_t size, HevcDecodingMeans means, HevcPicture* picture) noexcept try {
   Frame frame = decodePicture({stream, size}, means);
   HevcPicture described;
-  if (!frame || !describe(*frame, described)) {
-    return false;
-  }
+  if (!frame || !describe(*frame, described)) return false;
   described.frame = frame.release();
   *picture = described;
   return true;

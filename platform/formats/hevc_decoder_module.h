@@ -19,7 +19,7 @@ struct HevcPicture {
   };
   Plane planes[3] = {};  // Y, Cb, Cr in the order of coding, whatever the matrix makes of them; only Y for format 0
   // As the stream signals them, 2 where it does not.
-  std::uint16_t colourPrimaries = 2;
+  std::uint16_t colorPrimaries = 2;
   std::uint16_t transferCharacteristics = 2;
   std::uint16_t matrixCoefficients = 2;
   bool fullRange = false;

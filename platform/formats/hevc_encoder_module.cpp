@@ -2,7 +2,6 @@
 
 #include <x265.h>
 
-
 namespace quellor {
 namespace {
 
@@ -103,4 +102,6 @@ constexpr HevcEncoder kEncoder = {kHevcEncoderVersion, encode};
 }  // namespace
 }  // namespace quellor
 
-extern "C" __attribute__((visibility("default"))) const quellor::HevcEncoder* quellorHevcEncoder() { return &quellor::kEncoder; }
+extern "C" __attribute__((visibility("default"))) const quellor::HevcEncoder* quellorHevcEncoder() {
+  return &quellor::kEncoder;
+}

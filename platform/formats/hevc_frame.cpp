@@ -45,9 +45,7 @@ constexpr int kMarkWidth = 4;  // in samples; two rows of them at one byte a sam
 template <typename Visit>
 bool visitMarks(const AVFrame& frame, const AVCodecContext& context, Visit visit) {
   const AVPixFmtDescriptor* format = av_pix_fmt_desc_get(static_cast<AVPixelFormat>(frame.format));
-  if (format == nullptr || format->comp[0].step < 1 || format->comp[0].step > 2) {
-    return true;
-  }
+  if (format == nullptr || format->comp[0].step < 1 || format->comp[0].step > 2) return true;
   const int step = format->comp[0].step;
   const Mark& mark = step == 1 ? kMark : kDeepMark;
   const int rows = step == 1 ? 2 : 1;
@@ -98,9 +96,7 @@ OpenDecoder openDecoder(int threads) {
   OpenDecoder decoder;
   const AVCodec* codec = avcodec_find_decoder(AV_CODEC_ID_HEVC);
   Context context(codec == nullptr ? nullptr : avcodec_alloc_context3(codec));
-  if (!context) {
-    return decoder;
-  }
+  if (!context) return decoder;
   // The picture hash of AV_EF_CRCCHECK is verified where the stream carries one.
   context->err_recognition = AV_EF_CRCCHECK | AV_EF_BITSTREAM | AV_EF_BUFFER | AV_EF_EXPLODE | AV_EF_CAREFUL;
   context->flags &= ~AV_CODEC_FLAG_OUTPUT_CORRUPT;
@@ -111,9 +107,7 @@ OpenDecoder openDecoder(int threads) {
   context->thread_count = threads;
   context->opaque = decoder.buffers.get();
   context->get_buffer2 = getMarkedBuffer;
-  if (avcodec_open2(context.get(), codec, nullptr) == 0) {
-    decoder.context = std::move(context);
-  }
+  if (avcodec_open2(context.get(), codec, nullptr) == 0) decoder.context = std::move(context);
   return decoder;
 }
 
@@ -122,9 +116,7 @@ class IdleDecoders {
  public:
   OpenDecoder take() {
     const std::lock_guard lock(mutex_);
-    if (decoders_.empty()) {
-      return {};
-    }
+    if (decoders_.empty()) return {};
     OpenDecoder decoder = std::move(decoders_.back());
     decoders_.pop_back();
     return decoder;
@@ -156,27 +148,19 @@ Frame decodePicture(ByteView stream, HevcDecodingMeans means) {
   constexpr std::size_t kMaximumSize = std::numeric_limits<int>::max() - std::size_t{AV_INPUT_BUFFER_PADDING_SIZE};
   const bool shared = means.usedDecoder && means.threads == 1;
   OpenDecoder decoder = shared ? idleDecoders().take() : OpenDecoder{};
-  if (!decoder.context) {
-    decoder = openDecoder(means.threads);
-  }
+  if (!decoder.context) decoder = openDecoder(means.threads);
   const Packet packet(av_packet_alloc());
   Frame frame(av_frame_alloc());
   const Frame another(av_frame_alloc());
-  if (!decoder.context || !packet || !frame || !another || stream.size() > kMaximumSize) {
-    return nullptr;
-  }
+  if (!decoder.context || !packet || !frame || !another || stream.size() > kMaximumSize) return nullptr;
   AVCodecContext* const context = decoder.context.get();
   decoder.buffers->count = 0;
   packet->data = const_cast<std::uint8_t*>(stream.data());  // not written to: a packet without an owner is copied
   packet->size = static_cast<int>(stream.size());
   const bool decoded = avcodec_send_packet(context, packet.get()) == 0 && avcodec_send_packet(context, nullptr) == 0 &&
                        avcodec_receive_frame(context, frame.get()) == 0;
-  if (!decoded || !isSound(*frame) || hasMark(*frame, *context)) {
-    return nullptr;
-  }
-  if (avcodec_receive_frame(context, another.get()) != AVERROR_EOF || decoder.buffers->count != 1) {
-    return nullptr;
-  }
+  if (!decoded || !isSound(*frame) || hasMark(*frame, *context)) return nullptr;
+  if (avcodec_receive_frame(context, another.get()) != AVERROR_EOF || decoder.buffers->count != 1) return nullptr;
   if (shared) {  // after a failure a decoder is not used again
     avcodec_flush_buffers(context);
     idleDecoders().put(std::move(decoder));

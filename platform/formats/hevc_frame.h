@@ -1,8 +1,8 @@
 #pragma once
 #include <memory>
 
-#include "platform/values/bytes.h"
 #include "platform/formats/hevc_decoder_module.h"
+#include "platform/values/bytes.h"
 
 extern "C" {
 #include <libavutil/frame.h>

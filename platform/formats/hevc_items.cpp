@@ -4,8 +4,8 @@
 #include <cstdint>
 #include <memory>
 
-#include "platform/formats/hevc_modules.h"
 #include "platform/formats/hevc_configuration.h"
+#include "platform/formats/hevc_modules.h"
 #include "platform/heif/item_data.h"
 #include "platform/heif/item_properties.h"
 #include "platform/hevc/nal.h"
@@ -57,7 +57,7 @@ Raster rasterOf(const HevcPicture& picture, std::shared_ptr<const void> owner) {
     raster.components.push_back({picture.planes[i].firstSample, step, picture.planes[i].strideBytes,
                                  (picture.width + shiftX) >> shiftX, (picture.height + shiftY) >> shiftY});
   }
-  raster.coding = {picture.colourPrimaries, picture.transferCharacteristics, picture.matrixCoefficients,
+  raster.coding = {picture.colorPrimaries, picture.transferCharacteristics, picture.matrixCoefficients,
                    picture.fullRange};
   raster.owner = std::move(owner);
   return raster;

@@ -4,9 +4,9 @@
 #include <cstdint>
 #include <span>
 
-#include "platform/values/limits.h"
-#include "platform/formats/jpeg_session.h"
 #include "platform/formats/image_format.h"
+#include "platform/formats/jpeg_session.h"
+#include "platform/values/limits.h"
 #include "platform/values/sample_memory.h"
 
 namespace quellor::jpeg {

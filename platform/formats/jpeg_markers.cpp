@@ -3,10 +3,10 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/values/big_endian.h"
 #include "platform/formats/jpeg_segments.h"
 #include "platform/formats/photoshop_resources.h"
 #include "platform/metadata/exif_prefix.h"
+#include "platform/values/big_endian.h"
 
 namespace quellor::jpeg {
 namespace {

@@ -7,9 +7,9 @@
 #include <string_view>
 #include <unordered_set>
 
-#include "platform/values/big_endian.h"
 #include "platform/formats/jpeg_segments.h"
 #include "platform/metadata/tiff_directory.h"
+#include "platform/values/big_endian.h"
 
 namespace quellor::jpeg {
 namespace {

@@ -1,10 +1,10 @@
 #include <string>
 
-#include "platform/values/big_endian.h"
 #include "platform/formats/image_format.h"
 #include "platform/formats/png_session.h"
 #include "platform/formats/png_text.h"
 #include "platform/metadata/exif_prefix.h"
+#include "platform/values/big_endian.h"
 
 namespace quellor::formats {
 namespace {
@@ -45,7 +45,7 @@ void readCodePoints(Session& session, ImageFacts& facts) {
     if (startsWith(name, "IDAT")) return;
     if (!startsWith(name, "cICP") || data.size() != 4) continue;
     if (data[2] != 0 || data[3] > 1) continue;
-    facts.cicp = Cicp{.colourPrimaries = data[0],
+    facts.cicp = Cicp{.colorPrimaries = data[0],
                       .transferCharacteristics = data[1],
                       .matrixCoefficients = data[2],
                       .fullRange = data[3] == 1};

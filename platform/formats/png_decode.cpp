@@ -1,9 +1,9 @@
 
 #include <bit>
 
-#include "platform/values/limits.h"
-#include "platform/formats/png_session.h"
 #include "platform/formats/image_format.h"
+#include "platform/formats/png_session.h"
+#include "platform/values/limits.h"
 #include "platform/values/sample_memory.h"
 
 namespace quellor::png {

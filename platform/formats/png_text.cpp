@@ -4,9 +4,9 @@
 #include <charconv>
 #include <optional>
 
-#include "platform/values/big_endian.h"
 #include "platform/formats/photoshop_resources.h"
 #include "platform/metadata/exif_prefix.h"
+#include "platform/values/big_endian.h"
 
 namespace quellor::png {
 namespace {

@@ -1,12 +1,12 @@
 #include <algorithm>
 
-#include "platform/values/big_endian.h"
 #include "platform/formats/image_format.h"
 #include "platform/formats/tiff_decode.h"
 #include "platform/formats/tiff_directories.h"
 #include "platform/formats/tiff_file.h"
 #include "platform/formats/tiff_layout.h"
 #include "platform/metadata/tiff_metadata_block.h"
+#include "platform/values/big_endian.h"
 
 namespace quellor {
 namespace {

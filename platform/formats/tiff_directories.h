@@ -4,8 +4,8 @@
 #include <optional>
 #include <unordered_set>
 
-#include "platform/values/bytes.h"
 #include "platform/metadata/tiff_directory.h"
+#include "platform/values/bytes.h"
 
 namespace quellor::tiff {
 

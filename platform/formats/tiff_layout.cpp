@@ -63,8 +63,8 @@ bool isPlainCmyk(const TiffFile& file, const Layout& layout) {
 
 bool isExact(const TiffFile& file, std::uint16_t photometric, const Layout& layout) {
   if (layout.bits != 8 && layout.bits != 16) return false;
-  const int colours = componentCount(layout.model);
-  if (layout.samples < colours || (layout.alphaSample && *layout.alphaSample < colours)) return false;
+  const int colors = componentCount(layout.model);
+  if (layout.samples < colors || (layout.alphaSample && *layout.alphaSample < colors)) return false;
   switch (photometric) {
     case PHOTOMETRIC_MINISBLACK:
     case PHOTOMETRIC_RGB:

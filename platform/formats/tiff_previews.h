@@ -1,6 +1,6 @@
 #pragma once
-#include "platform/values/bytes.h"
 #include "platform/formats/tiff_directories.h"
+#include "platform/values/bytes.h"
 
 /// Tells a TIFF file whose first picture is the photo from one that only shows a preview of it there.
 ///

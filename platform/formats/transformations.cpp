@@ -5,8 +5,8 @@
 #include <utility>
 #include <vector>
 
-#include "platform/values/sample_memory.h"
 #include "platform/formats/planes.h"
+#include "platform/values/sample_memory.h"
 
 namespace quellor::formats {
 namespace {
@@ -89,10 +89,11 @@ void turnComponent(const Component& from, const Component& to, std::uint8_t* out
   for (std::uint32_t y = 0; y < to.height; ++y, out += to.strideBytes) {
     const std::uint8_t* in = first + static_cast<std::ptrdiff_t>(y) * alongColumn;
     for (std::uint32_t x = 0; x < to.width; ++x, in += alongRow) {
-      if (sampleBytes == 1)
+      if (sampleBytes == 1) {
         out[x] = *in;
-      else
+      } else {
         std::memcpy(out + x * sampleBytes, in, sampleBytes);
+      }
     }
   }
 }
@@ -179,10 +180,11 @@ void crop(Raster& raster, const heif::Crop& part) {
   };
   const ChromaPhase before = raster.chromaPhase;
   for (std::size_t i = 0; i < raster.components.size(); ++i) {
-    if (i == 0 || raster.model != SampleModel::ycbcr)
+    if (i == 0 || raster.model != SampleModel::ycbcr) {
       cut(raster.components[i], 1, 1, {});
-    else
+    } else {
       raster.chromaPhase = cut(raster.components[i], layout.across, layout.down, before);
+    }
   }
   if (raster.alpha) cut(*raster.alpha, 1, 1, {});
   raster.width = part.width;

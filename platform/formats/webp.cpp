@@ -5,11 +5,11 @@
 #include <webp/decode.h>
 #include <webp/demux.h>
 
-#include "platform/values/big_endian.h"
 #include "platform/formats/image_format.h"
-#include "platform/values/sample_memory.h"
 #include "platform/metadata/exif_prefix.h"
+#include "platform/values/big_endian.h"
 #include "platform/values/limits.h"
+#include "platform/values/sample_memory.h"
 
 namespace quellor {
 namespace {

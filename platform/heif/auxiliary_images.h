@@ -1,8 +1,8 @@
 #pragma once
 #include <vector>
 
-#include "platform/values/image_facts.h"
 #include "platform/heif/container.h"
+#include "platform/values/image_facts.h"
 
 namespace quellor::heif {
 

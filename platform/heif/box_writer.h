@@ -5,8 +5,8 @@
 #include <string_view>
 #include <utility>
 
-#include "platform/values/bytes.h"
 #include "platform/heif/byte_reader.h"
+#include "platform/values/bytes.h"
 
 namespace quellor::heif {
 

@@ -5,8 +5,8 @@
 #include <unordered_map>
 #include <vector>
 
-#include "platform/values/bytes.h"
 #include "platform/heif/byte_reader.h"
+#include "platform/values/bytes.h"
 
 /// A HEIF file as a model of items, properties and references (ISO/IEC 23008-12 over the `meta` box of
 /// ISO/IEC 14496-12). Views point into the file's bytes, which must outlive the model.

@@ -212,8 +212,9 @@ class Reader {
       ByteReader entry(box.payload);
       Reference reference{box.type, readId(entry), {}};
       const std::uint16_t count = entry.u16();
-      if (referenceCount_ += count; referenceCount_ > kMaximumReferences)
+      if (referenceCount_ += count; referenceCount_ > kMaximumReferences) {
         throw MalformedContainer("too many references");
+      }
       for (std::uint16_t i = 0; i < count; ++i) reference.to.push_back(readId(entry));
       container_.references.push_back(std::move(reference));
     }

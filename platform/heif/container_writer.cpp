@@ -87,8 +87,9 @@ class HeadWriter {
         std::any_of(file_.references.begin(), file_.references.end(), [&](const Reference& reference) {
           return isWide(reference.from) || std::any_of(reference.to.begin(), reference.to.end(), isWide);
         });
-    if (std::any_of(lengths_.begin(), lengths_.end(), [](std::uint64_t length) { return length > UINT32_MAX; }))
+    if (std::any_of(lengths_.begin(), lengths_.end(), [](std::uint64_t length) { return length > UINT32_MAX; })) {
       sizes_.length = 8;
+    }
     if (total_ > UINT32_MAX) sizes_.offset = 8;
     sizes_.wideMediaData = checkedSum(total_, 8) > UINT32_MAX;
   }
@@ -198,10 +199,11 @@ class HeadWriter {
   }
 
   void writeMediaDataHeader() {
-    if (sizes_.wideMediaData)
+    if (sizes_.wideMediaData) {
       writer_.u32(1).u32(fourCC("mdat")).u64(checkedSum(total_, 16));
-    else
+    } else {
       writer_.u32(total_ + 8).u32(fourCC("mdat"));
+    }
   }
 
   const OutputFile& file_;

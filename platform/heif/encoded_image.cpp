@@ -35,7 +35,7 @@ Bytes channelDepths(std::size_t channels, int bits) {
 /// 23008-12, 6.5.5
 Bytes codePoints(const Cicp& coding) {
   return property(fourCC("colr"), [&](BoxWriter& box) {
-    box.u32(fourCC("nclx")).u16(coding.colourPrimaries).u16(coding.transferCharacteristics);
+    box.u32(fourCC("nclx")).u16(coding.colorPrimaries).u16(coding.transferCharacteristics);
     box.u16(coding.matrixCoefficients).u8(coding.fullRange ? 0x80 : 0);
   });
 }

@@ -1,9 +1,9 @@
 #pragma once
 #include <optional>
 
-#include "platform/values/color.h"
 #include "platform/heif/item_properties.h"
 #include "platform/heif/output_file.h"
+#include "platform/values/color.h"
 
 namespace quellor::heif {
 

@@ -34,10 +34,11 @@ MetadataBlocks metadataOf(const Container& container, const Item& image) {
     auto data = itemData(container, *item, kMaximumMetadataBytes);
     if (!data) continue;
     if (exif && !blocks.exif) blocks.exif = exifBlock(*data);
-    if (xmp && !blocks.xmp)
+    if (xmp && !blocks.xmp) {
       blocks.xmp = std::move(data);
-    else if (iptc && !blocks.iptc)
+    } else if (iptc && !blocks.iptc) {
       blocks.iptc = std::move(data);
+    }
   }
   return blocks;
 }

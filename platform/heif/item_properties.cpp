@@ -52,7 +52,7 @@ std::optional<Bytes> readIccProfile(ByteReader reader) {
 std::optional<Cicp> readCicp(ByteReader reader) {
   if (reader.u32() != fourCC("nclx")) return std::nullopt;
   Cicp cicp;
-  cicp.colourPrimaries = reader.u16();
+  cicp.colorPrimaries = reader.u16();
   cicp.transferCharacteristics = reader.u16();
   cicp.matrixCoefficients = reader.u16();
   cicp.fullRange = (reader.u8() & 0x80) != 0;

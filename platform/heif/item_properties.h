@@ -1,8 +1,8 @@
 #pragma once
 #include <optional>
 
-#include "platform/values/color.h"
 #include "platform/heif/container.h"
+#include "platform/values/color.h"
 
 namespace quellor::heif {
 

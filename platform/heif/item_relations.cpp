@@ -94,10 +94,11 @@ std::vector<const Item*> topLevelImages(const Container& container) {
   std::vector<const Item*> images;
   for (const Item& item : container.items) {
     const bool primary = item.id == container.primaryItem;
-    if (primary)
+    if (primary) {
       images.insert(images.begin(), &item);
-    else if (isImage(item) && !item.hidden && !dependent.contains(item.id))
+    } else if (isImage(item) && !item.hidden && !dependent.contains(item.id)) {
       images.push_back(&item);
+    }
   }
   return images;
 }

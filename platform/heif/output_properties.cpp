@@ -112,8 +112,9 @@ void setOrientation(OutputFile& file, int orientation) {
   const std::unordered_set<ItemId> turned = primaryAndAlpha(file);
   const std::vector<OutputAssociation> transformation = transformationFor(file, orientation);
   for (OutputItem& item : file.items) {
-    if (turned.contains(item.id) && currentOrientation(file, item) != orientation)
+    if (turned.contains(item.id) && currentOrientation(file, item) != orientation) {
       replaceTransformation(file, item, transformation);
+    }
   }
 }
 
@@ -135,7 +136,7 @@ void setColor(OutputFile& file, const std::optional<Bytes>& icc, const Cicp& cic
   }
   BoxWriter box;
   box.box(fourCC("colr"), [&] {
-    box.u32(fourCC("nclx")).u16(cicp.colourPrimaries).u16(cicp.transferCharacteristics).u16(cicp.matrixCoefficients);
+    box.u32(fourCC("nclx")).u16(cicp.colorPrimaries).u16(cicp.transferCharacteristics).u16(cicp.matrixCoefficients);
     box.u8(cicp.fullRange ? 0x80 : 0);
   });
   add(box);

@@ -1,8 +1,8 @@
 #pragma once
 #include <optional>
 
-#include "platform/values/color.h"
 #include "platform/heif/output_file.h"
+#include "platform/values/color.h"
 
 /// Changes of the primary image's properties. A property that other items share keeps its bytes: the primary item is
 /// given another one.

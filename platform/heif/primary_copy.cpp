@@ -55,8 +55,9 @@ class PrimaryCopy {
       inputs_.insert(inputs.begin(), inputs.end());
     }
     copyProperties(*needed);
-    if (!std::all_of(needed->begin(), needed->end(), [&](const Item* item) { return copyItem(*item); }))
+    if (!std::all_of(needed->begin(), needed->end(), [&](const Item* item) { return copyItem(*item); })) {
       return std::nullopt;
+    }
     copyReferences();
     output_.primaryItem = primary->id;
     if (!chooseBrands()) return std::nullopt;

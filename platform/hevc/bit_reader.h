@@ -31,18 +31,14 @@ class BitReader {
   bool flag() { return bits(1) != 0; }
 
   void skip(unsigned count) {
-    for (; count > 32; count -= 32) {
-      bits(32);
-    }
+    for (; count > 32; count -= 32) bits(32);
     bits(count);
   }
 
   /// ue(v), at most `maximum`: a greater value is a failure.
   std::uint32_t unsignedGolomb(std::uint32_t maximum = 0xFFFFFFFEU) {
     unsigned zeros = 0;
-    while (!failed_ && !flag()) {
-      ++zeros;
-    }
+    while (!failed_ && !flag()) ++zeros;
     if (failed_ || zeros > 31) {
       failed_ = true;
       return 0;
@@ -64,9 +60,7 @@ class BitReader {
   /// byte_alignment(): a one, then zeros up to a whole byte. Returns the number of whole bytes read so far.
   std::size_t byteAlignment() {
     failed_ = !flag() || failed_;
-    while (!failed_ && (position_ & 7) != 0) {
-      failed_ = flag() || failed_;
-    }
+    while (!failed_ && (position_ & 7) != 0) failed_ = flag() || failed_;
     return position_ >> 3;
   }
 

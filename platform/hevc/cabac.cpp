@@ -55,18 +55,14 @@ Context initialContext(int initValue, int sliceQp) {
 
 std::uint32_t ArithmeticDecoder::wordAt(const std::uint8_t* data, std::size_t size, std::size_t position) {
   std::uint32_t word = 0;
-  for (std::size_t i = position; i < position + sizeof(word); ++i) {
-    word = (word << 8) | (i < size ? data[i] : 0U);
-  }
+  for (std::size_t i = position; i < position + sizeof(word); ++i) word = (word << 8) | (i < size ? data[i] : 0U);
   return word;
 }
 
 std::optional<std::size_t> ArithmeticDecoder::endOfSubset() const {
   const std::size_t used = 8 * position_ - static_cast<std::size_t>(spare_);
   const std::size_t end = (used + 7) / 8;
-  if (end == 0 || end > size_) {
-    return std::nullopt;
-  }
+  if (end == 0 || end > size_) return std::nullopt;
   const unsigned unusedBits = static_cast<unsigned>(8 * end - used);
   const bool endsInOne = (data_[end - 1] & ((2U << unusedBits) - 1)) == (1U << unusedBits);
   return endsInOne ? std::optional(end) : std::nullopt;

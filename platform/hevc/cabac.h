@@ -91,9 +91,7 @@ class ArithmeticDecoder {
 
   /// Up to kPeek such bins, the first in the most significant place.
   std::uint32_t bypass(int count) {
-    if (count == 0) {
-      return 0;
-    }
+    if (count == 0) return 0;
     const std::uint32_t peeked = peekBypass();
     skipBypass(peeked, count);
     return peeked >> (kPeek - count);
@@ -103,9 +101,7 @@ class ArithmeticDecoder {
   bool terminate() {
     ensure(kMaximumShift);
     range_ -= 2;
-    if (value_ >= std::uint64_t{range_} << kOffsetShift) {
-      return true;
-    }
+    if (value_ >= std::uint64_t{range_} << kOffsetShift) return true;
     if (range_ < 256) {
       range_ <<= 1;
       value_ <<= 1;

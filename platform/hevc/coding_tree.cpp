@@ -26,9 +26,7 @@ CodingTreeParser::CodingTreeParser(const Sps& sps, const Pps& pps)
       depthAbove_((std::size_t{sps.ctbColumns()} << sps.ctbLog2) >> sps.minCbLog2) {}
 
 bool CodingTreeParser::start(ByteView data, std::size_t offset) {
-  if (offset >= data.size()) {
-    return false;
-  }
+  if (offset >= data.size()) return false;
   data_ = data;
   decoder = ArithmeticDecoder(data, offset);
   return decoder.startsLegally();
@@ -44,28 +42,18 @@ bool CodingTreeParser::parse(const SliceHeader& slice, unsigned column, unsigned
     const std::size_t blocks = std::size_t{1} << (sps_.ctbLog2 - sps_.minCbLog2);
     std::fill_n(depthAbove_.begin() + static_cast<std::ptrdiff_t>(column * blocks), blocks, std::uint8_t{0});
   }
-  if (slice.saoLuma || slice.saoChroma) {
-    parseSao(slice, hasLeft, hasAbove);
-  }
+  if (slice.saoLuma || slice.saoChroma) parseSao(slice, hasLeft, hasAbove);
   return parseQuadtree(column << sps_.ctbLog2, row << sps_.ctbLog2, sps_.ctbLog2, 0);
 }
 
 // 7.3.8.3
 void CodingTreeParser::parseSao(const SliceHeader& slice, bool hasLeft, bool hasAbove) {
-  if ((hasLeft && decoder.decode(contexts.saoMerge)) || (hasAbove && decoder.decode(contexts.saoMerge))) {
-    return;
-  }
+  if ((hasLeft && decoder.decode(contexts.saoMerge)) || (hasAbove && decoder.decode(contexts.saoMerge))) return;
   unsigned type = 0;
   for (unsigned component = 0; component < (sps_.chromaArrayType == kMonochrome ? 1U : 3U); ++component) {
-    if (component == 0 ? !slice.saoLuma : !slice.saoChroma) {
-      continue;
-    }
-    if (component < 2) {
-      type = !decoder.decode(contexts.saoType) ? 0 : !decoder.bypass() ? 1 : 2;
-    }
-    if (type != 0) {
-      parseSaoOffsets(component, type);
-    }
+    if (component == 0 ? !slice.saoLuma : !slice.saoChroma) continue;
+    if (component < 2) type = !decoder.decode(contexts.saoType) ? 0 : !decoder.bypass() ? 1 : 2;
+    if (type != 0) parseSaoOffsets(component, type);
   }
 }
 
@@ -76,9 +64,7 @@ void CodingTreeParser::parseSaoOffsets(unsigned component, unsigned type) {
   int nonZero = 0;
   for (int offset = 0; offset < 4; ++offset) {
     unsigned value = 0;
-    while (value < maximum && decoder.bypass()) {
-      ++value;
-    }
+    while (value < maximum && decoder.bypass()) ++value;
     nonZero += value != 0 ? 1 : 0;
   }
   if (type == kBandOffset) {
@@ -91,31 +77,21 @@ void CodingTreeParser::parseSaoOffsets(unsigned component, unsigned type) {
 // 7.3.8.4
 bool CodingTreeParser::parseQuadtree(unsigned x, unsigned y, unsigned log2Size, unsigned depth) {
   const bool split = splitsCodingUnit(x, y, log2Size, depth);
-  if (log2Size + pps_.cuQpDeltaDepth >= sps_.ctbLog2) {
-    qpDeltaCoded_ = false;
-  }
-  if (!split) {
-    return parseCodingUnit(x, y, log2Size, depth);
-  }
+  if (log2Size + pps_.cuQpDeltaDepth >= sps_.ctbLog2) qpDeltaCoded_ = false;
+  if (!split) return parseCodingUnit(x, y, log2Size, depth);
   const unsigned half = 1U << (log2Size - 1);
   for (unsigned quarter = 0; quarter < 4; ++quarter) {
     const unsigned left = x + (quarter & 1U) * half;
     const unsigned top = y + (quarter >> 1) * half;
-    if (left < sps_.width && top < sps_.height && !parseQuadtree(left, top, log2Size - 1, depth + 1)) {
-      return false;
-    }
+    if (left < sps_.width && top < sps_.height && !parseQuadtree(left, top, log2Size - 1, depth + 1)) return false;
   }
   return true;
 }
 
 bool CodingTreeParser::splitsCodingUnit(unsigned x, unsigned y, unsigned log2Size, unsigned depth) {
   const unsigned size = 1U << log2Size;
-  if (log2Size <= sps_.minCbLog2) {
-    return false;
-  }
-  if (x + size > sps_.width || y + size > sps_.height) {
-    return true;
-  }
+  if (log2Size <= sps_.minCbLog2) return false;
+  if (x + size > sps_.width || y + size > sps_.height) return true;
   const bool leftIsDeeper = depthLeft_[(y & ctbMask_) >> sps_.minCbLog2] > depth;
   const bool aboveIsDeeper = depthAbove_[x >> sps_.minCbLog2] > depth;
   return decoder.decode(contexts.splitCodingUnit[(leftIsDeeper ? 1U : 0U) + (aboveIsDeeper ? 1U : 0U)]);
@@ -161,22 +137,16 @@ void CodingTreeParser::parseModes(CodingUnit& unit) {
   const unsigned parts = unit.split ? 4 : 1;
   const unsigned size = (1U << unit.log2Size) >> (unit.split ? 1 : 0);
   std::array<bool, 4> predicted{};
-  for (unsigned part = 0; part < parts; ++part) {
-    predicted[part] = decoder.decode(contexts.previousLumaMode);
-  }
+  for (unsigned part = 0; part < parts; ++part) predicted[part] = decoder.decode(contexts.previousLumaMode);
   for (unsigned part = 0; part < parts; ++part) {
     const unsigned x = unit.x + (part & 1U) * size;
     const unsigned y = unit.y + (part >> 1) * size;
     unit.lumaModes[part] = parseLumaMode(x, y, predicted[part]);
     storeLumaMode(x, y, size, unit.lumaModes[part]);
   }
-  if (sps_.chromaArrayType == kMonochrome) {
-    return;
-  }
+  if (sps_.chromaArrayType == kMonochrome) return;
   const unsigned chromaParts = sps_.chromaArrayType == k444 ? parts : 1;
-  for (unsigned part = 0; part < chromaParts; ++part) {
-    unit.chromaModes[part] = parseChromaMode(unit.lumaModes[part]);
-  }
+  for (unsigned part = 0; part < chromaParts; ++part) unit.chromaModes[part] = parseChromaMode(unit.lumaModes[part]);
   std::fill(unit.chromaModes.begin() + chromaParts, unit.chromaModes.end(), unit.chromaModes[0]);
 }
 
@@ -194,14 +164,10 @@ unsigned CodingTreeParser::parseLumaMode(unsigned x, unsigned y, bool predicted)
   } else {
     candidates = {left, 2 + (left + 29) % 32, 2 + (left - 2 + 1) % 32};
   }
-  if (predicted) {
-    return candidates[!decoder.bypass() ? 0 : !decoder.bypass() ? 1 : 2];
-  }
+  if (predicted) return candidates[!decoder.bypass() ? 0 : !decoder.bypass() ? 1 : 2];
   unsigned mode = decoder.bypass(5);
   std::sort(candidates.begin(), candidates.end());
-  for (const unsigned candidate : candidates) {
-    mode += mode >= candidate ? 1 : 0;
-  }
+  for (const unsigned candidate : candidates) mode += mode >= candidate ? 1 : 0;
   return mode;
 }
 

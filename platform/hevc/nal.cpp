@@ -24,26 +24,20 @@ NalHeader readHeader(ByteView unit) {
 
 /// Some writers count zero bytes that follow a parameter set among its own; decoders do without them.
 ByteView withoutTrailingZeros(ByteView unit) {
-  while (!unit.empty() && unit.back() == 0) {
-    unit = unit.first(unit.size() - 1);
-  }
+  while (!unit.empty() && unit.back() == 0) unit = unit.first(unit.size() - 1);
   return unit;
 }
 
 std::size_t readLength(ByteView bytes) {
   std::size_t length = 0;
-  for (const std::uint8_t byte : bytes) {
-    length = (length << 8) | byte;
-  }
+  for (const std::uint8_t byte : bytes) length = (length << 8) | byte;
   return length;
 }
 
 }  // namespace
 
 bool hasLegalBytes(ByteView unit) {
-  if (unit.empty() || unit.back() == 0) {
-    return false;
-  }
+  if (unit.empty() || unit.back() == 0) return false;
   const std::uint8_t* position = unit.data();
   const std::uint8_t* const end = position + unit.size();
   // The last byte is not zero, so that a zero byte always has a successor.
@@ -53,18 +47,14 @@ bool hasLegalBytes(ByteView unit) {
       position += 2;
       continue;
     }
-    if (position[2] < 3 || (position[2] == 3 && end - position > 3 && position[3] > 3)) {
-      return false;
-    }
+    if (position[2] < 3 || (position[2] == 3 && end - position > 3 && position[3] > 3)) return false;
     position += 3;
   }
   return true;
 }
 
 bool NalStream::appendUnit(ByteView unit) {
-  if (unit.size() < kHeaderSize) {
-    return false;
-  }
+  if (unit.size() < kHeaderSize) return false;
   const NalHeader header = readHeader(unit);
   if (!header.possible || !hasLegalBytes(header.type < kFirstParameterSetUnit ? unit : withoutTrailingZeros(unit))) {
     return false;
@@ -85,14 +75,10 @@ bool NalStream::append(ByteView lengthPrefixedUnits, std::size_t lengthSize) {
   stream_.reserve(size_ + lengthPrefixedUnits.size() + kPadding);
   ByteView rest = lengthPrefixedUnits;
   while (!rest.empty()) {
-    if (rest.size() < lengthSize) {
-      return false;
-    }
+    if (rest.size() < lengthSize) return false;
     const std::size_t length = readLength(rest.first(lengthSize));
     rest = rest.subspan(lengthSize);
-    if (length > rest.size() || !appendUnit(rest.first(length))) {
-      return false;
-    }
+    if (length > rest.size() || !appendUnit(rest.first(length))) return false;
     rest = rest.subspan(length);
   }
   return true;

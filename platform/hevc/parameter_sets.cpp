@@ -2,8 +2,8 @@
 
 #include <algorithm>
 
-#include "platform/values/limits.h"
 #include "platform/hevc/vui.h"
+#include "platform/values/limits.h"
 
 namespace quellor::hevc {
 namespace {
@@ -13,12 +13,8 @@ constexpr unsigned kMaximumSide = 1U << 20;
 void skipProfileTierLevel(BitReader& reader, unsigned subLayers) {
   reader.skip(88 + 8);
   unsigned present[8] = {};
-  for (unsigned i = 0; i < subLayers; ++i) {
-    present[i] = reader.bits(2);
-  }
-  if (subLayers > 0) {
-    reader.skip(2 * (8 - subLayers));
-  }
+  for (unsigned i = 0; i < subLayers; ++i) present[i] = reader.bits(2);
+  if (subLayers > 0) reader.skip(2 * (8 - subLayers));
   for (unsigned i = 0; i < subLayers; ++i) {
     reader.skip(((present[i] & 2U) != 0 ? 88U : 0U) + ((present[i] & 1U) != 0 ? 8U : 0U));
   }
@@ -32,9 +28,7 @@ void skipScalingLists(BitReader& reader) {
         continue;
       }
       const unsigned coefficients = std::min(64U, 1U << (4 + (size << 1)));
-      for (unsigned i = 0; i < coefficients + (size > 1 ? 1 : 0); ++i) {
-        reader.signedGolomb();
-      }
+      for (unsigned i = 0; i < coefficients + (size > 1 ? 1 : 0); ++i) reader.signedGolomb();
     }
   }
 }
@@ -43,9 +37,7 @@ void skipScalingLists(BitReader& reader) {
 void readConformanceWindow(BitReader& reader, Sps& sps) {
   sps.shownWidth = sps.width;
   sps.shownHeight = sps.height;
-  if (!reader.flag()) {
-    return;
-  }
+  if (!reader.flag()) return;
   const unsigned across = sps.chromaArrayType == k420 || sps.chromaArrayType == k422 ? 2 : 1;
   const unsigned down = sps.chromaArrayType == k420 ? 2 : 1;
   const unsigned left = reader.unsignedGolomb(kMaximumSide);
@@ -83,31 +75,21 @@ void readPcm(BitReader& reader, Sps& sps) {
 
 void readReferenceSets(BitReader& reader, Sps& sps) {
   sps.shortTermSets = reader.unsignedGolomb(64);
-  for (unsigned i = 0; i < sps.shortTermSets && !sps.unusual; ++i) {
-    sps.unusual = !skipShortTermSet(reader, i);
-  }
-  if (sps.unusual) {
-    return;
-  }
+  for (unsigned i = 0; i < sps.shortTermSets && !sps.unusual; ++i) sps.unusual = !skipShortTermSet(reader, i);
+  if (sps.unusual) return;
   sps.longTermPictures = reader.flag();
   if (sps.longTermPictures) {
     sps.longTermCandidates = reader.unsignedGolomb(32);
-    for (unsigned i = 0; i < sps.longTermCandidates; ++i) {
-      reader.skip(sps.pocBits + 1);
-    }
+    for (unsigned i = 0; i < sps.longTermCandidates; ++i) reader.skip(sps.pocBits + 1);
   }
 }
 
 /// sps_range_extension and its siblings: whether any of them may change how an intra slice is parsed.
 bool mayChangeIntraParsing(BitReader& reader) {
-  if (!reader.flag()) {
-    return false;
-  }
+  if (!reader.flag()) return false;
   const bool range = reader.flag();
   const bool others = (reader.bits(7) & 0x3FU) != 0;  // all but the multilayer extension
-  if (!range) {
-    return others;
-  }
+  if (!range) return others;
   // transform_skip_rotation, transform_skip_context, implicit_rdpcm, explicit_rdpcm, extended_precision,
   // intra_smoothing_disabled, high_precision_offsets, persistent_rice_adaptation, cabac_bypass_alignment.
   constexpr std::uint32_t kHarmless = 0b100101100;
@@ -115,14 +97,10 @@ bool mayChangeIntraParsing(BitReader& reader) {
 }
 
 bool ppsMayChangeIntraParsing(BitReader& reader, bool transformSkip) {
-  if (!reader.flag()) {
-    return false;
-  }
+  if (!reader.flag()) return false;
   const bool range = reader.flag();
   const bool others = (reader.bits(7) & 0x3FU) != 0;
-  if (!range) {
-    return others;
-  }
+  if (!range) return others;
   const bool largeTransformSkip = transformSkip && reader.unsignedGolomb(3) != 0;
   const bool crossComponent = reader.flag();
   const bool chromaQpOffsets = reader.flag();
@@ -148,9 +126,7 @@ void readTiles(BitReader& reader, Pps& pps) {
 }  // namespace
 
 bool skipShortTermSet(BitReader& reader, unsigned index) {
-  if (index != 0 && reader.flag()) {
-    return false;
-  }
+  if (index != 0 && reader.flag()) return false;
   const unsigned negative = reader.unsignedGolomb(16);
   const unsigned positive = reader.unsignedGolomb(16);
   for (unsigned i = 0; i < negative + positive; ++i) {
@@ -182,27 +158,19 @@ std::optional<Sps> parseSps(ByteView payload, unsigned& id) {
     reader.unsignedGolomb();
   }
   readBlockSizes(reader, sps);
-  if (reader.flag() && reader.flag()) {
-    skipScalingLists(reader);
-  }
+  if (reader.flag() && reader.flag()) skipScalingLists(reader);
   reader.flag();  // asymmetric motion partitions
   sps.sao = reader.flag();
   sps.pcm = reader.flag();
-  if (sps.pcm) {
-    readPcm(reader, sps);
-  }
+  if (sps.pcm) readPcm(reader, sps);
   readReferenceSets(reader, sps);
   if (!sps.unusual) {
     sps.temporalMvp = reader.flag();
     reader.flag();  // strong intra smoothing
-    if (reader.flag()) {
-      sps.chromaLocation = readVui(reader, subLayers).chromaLocation;
-    }
+    if (reader.flag()) sps.chromaLocation = readVui(reader, subLayers).chromaLocation;
     sps.unusual = mayChangeIntraParsing(reader);
   }
-  if (reader.failed() || !hasLegalBlockSizes(sps)) {
-    return std::nullopt;
-  }
+  if (reader.failed() || !hasLegalBlockSizes(sps)) return std::nullopt;
   return sps;
 }
 
@@ -222,9 +190,7 @@ std::optional<Pps> parsePps(ByteView payload, unsigned& id) {
   reader.flag();  // constrained intra prediction
   pps.transformSkip = reader.flag();
   pps.cuQpDelta = reader.flag();
-  if (pps.cuQpDelta) {
-    pps.cuQpDeltaDepth = reader.unsignedGolomb(3);
-  }
+  if (pps.cuQpDelta) pps.cuQpDeltaDepth = reader.unsignedGolomb(3);
   reader.signedGolomb();
   reader.signedGolomb();
   pps.sliceChromaQpOffsets = reader.flag();
@@ -232,9 +198,7 @@ std::optional<Pps> parsePps(ByteView payload, unsigned& id) {
   pps.transquantBypass = reader.flag();
   pps.tiles = reader.flag();
   pps.wavefront = reader.flag();
-  if (pps.tiles) {
-    readTiles(reader, pps);
-  }
+  if (pps.tiles) readTiles(reader, pps);
   pps.filterAcrossSlices = reader.flag();
   if (reader.flag()) {
     pps.deblockingOverride = reader.flag();
@@ -244,16 +208,12 @@ std::optional<Pps> parsePps(ByteView payload, unsigned& id) {
       reader.signedGolomb();
     }
   }
-  if (reader.flag()) {
-    skipScalingLists(reader);
-  }
+  if (reader.flag()) skipScalingLists(reader);
   reader.flag();  // lists modification
   reader.unsignedGolomb(4);
   pps.headerExtension = reader.flag();
   pps.unusual = ppsMayChangeIntraParsing(reader, pps.transformSkip);
-  if (reader.failed()) {
-    return std::nullopt;
-  }
+  if (reader.failed()) return std::nullopt;
   return pps;
 }
 

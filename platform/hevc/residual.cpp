@@ -56,9 +56,7 @@ const Position* subBlockOrder(unsigned log2Size, Scan scan) {
 
 unsigned indexOf(const Position* order, unsigned x, unsigned y) {
   unsigned index = 0;
-  while (order[index].x != x || order[index].y != y) {
-    ++index;
-  }
+  while (order[index].x != x || order[index].y != y) ++index;
   return index;
 }
 
@@ -125,16 +123,12 @@ unsigned ResidualParser::lastPrefix(std::array<Context, 18>& contexts) {
   const unsigned shift = block_.chroma ? log2 - 2 : (log2 + 1) >> 2;
   const unsigned maximum = (log2 << 1) - 1;
   unsigned prefix = 0;
-  while (prefix < maximum && decoder_.decode(contexts[offset + (prefix >> shift)])) {
-    ++prefix;
-  }
+  while (prefix < maximum && decoder_.decode(contexts[offset + (prefix >> shift)])) ++prefix;
   return prefix;
 }
 
 unsigned ResidualParser::lastCoordinate(unsigned prefix) {
-  if (prefix <= 3) {
-    return prefix;
-  }
+  if (prefix <= 3) return prefix;
   const unsigned bits = (prefix >> 1) - 1;
   return (1U << bits) * (2 + (prefix & 1U)) + decoder_.bypass(static_cast<int>(bits));
 }
@@ -147,21 +141,15 @@ bool ResidualParser::codedSubBlock(Position at) {
 
 unsigned ResidualParser::significantOffset(bool firstSubBlock) const {
   const unsigned log2 = block_.log2Size;
-  if (block_.chroma) {
-    return 27 + (log2 == 2 ? 0 : log2 == 3 ? 9 : 12);
-  }
-  if (log2 == 2) {
-    return 0;
-  }
+  if (block_.chroma) return 27 + (log2 == 2 ? 0 : log2 == 3 ? 9 : 12);
+  if (log2 == 2) return 0;
   return (firstSubBlock ? 0U : 3U) + (log2 == 3 ? (block_.scan == Scan::diagonal ? 9U : 15U) : 21U);
 }
 
 /// Bit n of the result: the coefficient at place n of the sub-block's scan is not zero.
 unsigned ResidualParser::significance(unsigned subBlock, Position at, bool isLast, unsigned lastInSubBlock) {
   const bool inner = subBlock > 0 && !isLast;
-  if (inner && !codedSubBlock(at)) {
-    return 0;
-  }
+  if (inner && !codedSubBlock(at)) return 0;
   codedRows_[at.y] = static_cast<std::uint8_t>(codedRows_[at.y] | (1U << at.x));
   const unsigned right = (codedRows_[at.y] >> (at.x + 1)) & 1U;
   const unsigned below = (codedRows_[at.y + 1U] >> at.x) & 1U;
@@ -173,9 +161,7 @@ unsigned ResidualParser::significance(unsigned subBlock, Position at, bool isLas
   for (unsigned n = isLast ? lastInSubBlock : 16; n-- > 1;) {
     significant |= decoder_.decode(contexts[table[n]]) ? 1U << n : 0U;
   }
-  if (isLast && lastInSubBlock == 0) {
-    return significant;
-  }
+  if (isLast && lastInSubBlock == 0) return significant;
   if (inner && significant == 0) {
     return 1;  // inferSbDcSigCoeffFlag
   }
@@ -193,9 +179,7 @@ unsigned ResidualParser::escapePrefix() {
     return static_cast<unsigned>(prefix);
   }
   decoder_.skipBypass(bins, prefix);
-  while (prefix <= kMaximumPrefix && decoder_.bypass()) {
-    ++prefix;
-  }
+  while (prefix <= kMaximumPrefix && decoder_.bypass()) ++prefix;
   return static_cast<unsigned>(prefix);
 }
 
@@ -203,9 +187,7 @@ unsigned ResidualParser::escapePrefix() {
 bool ResidualParser::remainingLevel(unsigned base, unsigned& rice) {
   const unsigned prefix = escapePrefix();
   const unsigned suffixBits = prefix <= 3 ? rice : prefix - 3 + rice;
-  if (suffixBits > ArithmeticDecoder::kPeek) {
-    return false;
-  }
+  if (suffixBits > ArithmeticDecoder::kPeek) return false;
   const unsigned start = prefix <= 3 ? prefix << rice : ((1U << (prefix - 3)) + 2) << rice;
   const unsigned level = base + start + decoder_.bypass(static_cast<int>(suffixBits));
   rice = std::min(rice + (level > 3U << rice ? 1U : 0U), 4U);
@@ -217,9 +199,7 @@ bool ResidualParser::levels(unsigned significant, bool firstSubBlock) {
   // The next context after a flag of 0 and of 1.
   constexpr std::array<std::array<std::uint8_t, 4>, 2> kNextGreater1 = {{{0, 2, 3, 3}, {0, 0, 0, 0}}};
   unsigned set = firstSubBlock || block_.chroma ? 0 : 2;
-  if (!firstLevels_ && greater1Context_ == 0) {
-    ++set;
-  }
+  if (!firstLevels_ && greater1Context_ == 0) ++set;
   firstLevels_ = false;
   unsigned context = 1;
   const unsigned count = static_cast<unsigned>(std::popcount(significant));
@@ -245,32 +225,24 @@ bool ResidualParser::levels(unsigned significant, bool firstSubBlock) {
   for (unsigned rice = 0; open != 0; open &= open - 1) {
     const unsigned lowest = open & (0U - open);
     const unsigned base = lowest == first ? 3 : (lowest & withoutFlags) != 0 ? 1 : 2;
-    if (!remainingLevel(base, rice)) {
-      return false;
-    }
+    if (!remainingLevel(base, rice)) return false;
   }
   return true;
 }
 
 bool ResidualParser::parse() {
-  if (block_.transformSkipFlag) {
-    decoder_.decode(contexts_.transformSkip[block_.chroma ? 1 : 0]);
-  }
+  if (block_.transformSkipFlag) decoder_.decode(contexts_.transformSkip[block_.chroma ? 1 : 0]);
   const unsigned prefixX = lastPrefix(contexts_.lastPrefix[0]);
   const unsigned prefixY = lastPrefix(contexts_.lastPrefix[1]);
   unsigned lastX = lastCoordinate(prefixX);
   unsigned lastY = lastCoordinate(prefixY);
-  if (block_.scan == Scan::vertical) {
-    std::swap(lastX, lastY);
-  }
+  if (block_.scan == Scan::vertical) std::swap(lastX, lastY);
   const Position* const subBlocks = subBlockOrder(block_.log2Size, block_.scan);
   const unsigned last = indexOf(subBlocks, lastX >> 2, lastY >> 2);
   const unsigned lastInSubBlock = indexOf(kScan4[static_cast<std::size_t>(block_.scan)].data(), lastX & 3, lastY & 3);
   for (unsigned i = last + 1; i-- > 0;) {
     const unsigned significant = significance(i, subBlocks[i], i == last, lastInSubBlock);
-    if (significant != 0 && !levels(significant, i == 0)) {
-      return false;
-    }
+    if (significant != 0 && !levels(significant, i == 0)) return false;
   }
   return true;
 }

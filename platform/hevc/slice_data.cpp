@@ -15,9 +15,7 @@ std::vector<unsigned> tileBoundaries(unsigned count, unsigned blocks, bool unifo
   for (unsigned i = 0; i + 1 < count; ++i) {
     const std::uint64_t next =
         uniform ? (std::uint64_t{i} + 1) * blocks / count : std::uint64_t{boundaries.back()} + sizes[i];
-    if (next <= boundaries.back() || next >= blocks) {
-      return {};
-    }
+    if (next <= boundaries.back() || next >= blocks) return {};
     boundaries.push_back(static_cast<unsigned>(next));
   }
   boundaries.push_back(blocks);
@@ -60,9 +58,7 @@ CtbLayout layOut(const Sps& sps, const Pps& pps) {
   const auto x = tileBoundaries(pps.tileColumns, columns, pps.uniformTiles, pps.tileWidths);
   const auto y = tileBoundaries(pps.tileRows, rows, pps.uniformTiles, pps.tileHeights);
   CtbLayout layout;
-  if (x.empty() || y.empty()) {
-    return layout;
-  }
+  if (x.empty() || y.empty()) return layout;
   layout.order.reserve(std::size_t{columns} * rows);
   layout.tile.resize(std::size_t{columns} * rows);
   layout.tileLeft.resize(std::size_t{columns} * rows);
@@ -91,28 +87,18 @@ PictureParser::PictureParser(const Sps& sps, const Pps& pps)
 
 bool PictureParser::parse(const SliceHeader& header, ByteView data, std::span<const std::size_t> removed) {
   const bool follows = !complete() && header.address == layout_.order[next_];
-  if (!follows || (header.dependent && next_ == 0) || !units_.start(data, 0)) {
-    return false;
-  }
+  if (!follows || (header.dependent && next_ == 0) || !units_.start(data, 0)) return false;
   EntryPoints entryPoints(header, removed);
   for (bool first = true;; first = false) {
     const unsigned address = layout_.order[next_];
-    if (!parseUnit(header, first)) {
-      return false;
-    }
-    if (units_.decoder.terminate()) {
-      break;
-    }
-    if (complete()) {
-      return false;
-    }
+    if (!parseUnit(header, first)) return false;
+    if (units_.decoder.terminate()) break;
+    if (complete()) return false;
     const unsigned nextAddress = layout_.order[next_];
     const bool newTile = layout_.tile[address] != layout_.tile[nextAddress];
     if (newTile || (pps_.wavefront && startsRow(nextAddress))) {
       const auto end = units_.decoder.terminate() ? units_.decoder.endOfSubset() : std::nullopt;
-      if (!end || !entryPoints.accepts(*end) || !units_.start(data, *end)) {
-        return false;
-      }
+      if (!end || !entryPoints.accepts(*end) || !units_.start(data, *end)) return false;
     }
   }
   afterSegment_ = units_.contexts;
@@ -130,12 +116,8 @@ bool PictureParser::parseUnit(const SliceHeader& header, bool firstInSegment) {
   chooseContexts(header, address, firstInSegment);
   const bool hasLeft = column > 0 && belongsTogether(address, address - 1);
   const bool hasAbove = address >= columns && belongsTogether(address, address - columns);
-  if (!units_.parse(header, column, address / columns, hasLeft, hasAbove) || units_.decoder.overran()) {
-    return false;
-  }
-  if (pps_.wavefront && column == layout_.tileLeft[address] + 1) {
-    afterSecondUnit_ = units_.contexts;
-  }
+  if (!units_.parse(header, column, address / columns, hasLeft, hasAbove) || units_.decoder.overran()) return false;
+  if (pps_.wavefront && column == layout_.tileLeft[address] + 1) afterSecondUnit_ = units_.contexts;
   ++next_;
   return true;
 }

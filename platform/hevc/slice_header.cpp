@@ -20,9 +20,7 @@ unsigned bitsFor(unsigned count) { return static_cast<unsigned>(std::bit_width(c
 bool skipPictureOrder(BitReader& reader, const Sps& sps) {
   reader.skip(sps.pocBits);
   if (!reader.flag()) {
-    if (!skipShortTermSet(reader, sps.shortTermSets)) {
-      return false;
-    }
+    if (!skipShortTermSet(reader, sps.shortTermSets)) return false;
   } else if (sps.shortTermSets > 1) {
     reader.skip(bitsFor(sps.shortTermSets));
   }
@@ -35,14 +33,10 @@ bool skipPictureOrder(BitReader& reader, const Sps& sps) {
       } else {
         reader.skip(sps.pocBits + 1);
       }
-      if (reader.flag()) {
-        reader.unsignedGolomb();
-      }
+      if (reader.flag()) reader.unsignedGolomb();
     }
   }
-  if (sps.temporalMvp) {
-    reader.flag();
-  }
+  if (sps.temporalMvp) reader.flag();
   return true;
 }
 
@@ -62,9 +56,7 @@ void readFilters(BitReader& reader, const Sps& sps, const Pps& pps, SliceHeader&
       reader.signedGolomb();
     }
   }
-  if (pps.filterAcrossSlices && (header.saoLuma || header.saoChroma || !deblockingDisabled)) {
-    reader.flag();
-  }
+  if (pps.filterAcrossSlices && (header.saoLuma || header.saoChroma || !deblockingDisabled)) reader.flag();
 }
 
 void readSubsetSizes(BitReader& reader, unsigned maximum, SliceHeader& header) {
@@ -88,9 +80,7 @@ unsigned parsePpsId(ByteView payload, unsigned unitType) {
 Parsed parseSliceHeader(ByteView payload, unsigned unitType, const Sps& sps, const Pps& pps, SliceHeader& header) {
   BitReader reader(payload);
   header.firstInPicture = reader.flag();
-  if (unitType >= kFirstIrap && unitType <= kLastIrap) {
-    reader.flag();
-  }
+  if (unitType >= kFirstIrap && unitType <= kLastIrap) reader.flag();
   header.ppsId = reader.unsignedGolomb(kMaximumPps - 1);
   header.dependent = false;
   header.address = 0;
@@ -99,29 +89,21 @@ Parsed parseSliceHeader(ByteView payload, unsigned unitType, const Sps& sps, con
   if (!header.firstInPicture) {
     header.dependent = pps.dependentSegments && reader.flag();
     header.address = reader.bits(bitsFor(blocks));
-    if (header.address == 0 || header.address >= blocks) {
-      return Parsed::no;
-    }
+    if (header.address == 0 || header.address >= blocks) return Parsed::no;
   }
   if (!header.dependent) {
     header.sliceAddress = header.address;
     reader.skip(pps.extraHeaderBits);
     const unsigned type = reader.unsignedGolomb(kIntraSlice);
     reader.skip(pps.outputFlag ? 1 : 0);
-    if (!reader.failed() && type != kIntraSlice) {
-      return Parsed::unusual;
-    }
+    if (!reader.failed() && type != kIntraSlice) return Parsed::unusual;
     if (unitType != kIdrWithRadl && unitType != kIdrWithoutLeading && !skipPictureOrder(reader, sps)) {
       return Parsed::unusual;
     }
     readFilters(reader, sps, pps, header);
   }
-  if (pps.tiles || pps.wavefront) {
-    readSubsetSizes(reader, blocks, header);
-  }
-  if (pps.headerExtension) {
-    reader.skip(8 * reader.unsignedGolomb(256));
-  }
+  if (pps.tiles || pps.wavefront) readSubsetSizes(reader, blocks, header);
+  if (pps.headerExtension) reader.skip(8 * reader.unsignedGolomb(256));
   header.size = reader.byteAlignment();
   return reader.failed() ? Parsed::no : Parsed::yes;
 }

@@ -55,9 +55,7 @@ StrictCheck::StrictCheck(const NalStream& stream, ByteView bytes, bool besides) 
 bool StrictCheck::passes() {
   if (!known_) {
     known_ = pending_.valid() ? pending_.get() : verify(units_);
-    if (known_ != Verdict::damaged) {
-      passedPictures().insert(digest_);
-    }
+    if (known_ != Verdict::damaged) passedPictures().insert(digest_);
   }
   return known_ != Verdict::damaged;
 }

@@ -5,9 +5,9 @@
 #include <optional>
 #include <vector>
 
-#include "platform/values/bytes.h"
 #include "platform/hevc/nal.h"
 #include "platform/hevc/verify.h"
+#include "platform/values/bytes.h"
 
 namespace quellor::hevc {
 

@@ -7,9 +7,7 @@ namespace {
 
 // 7.4.9.11
 Scan scanOf(unsigned mode) {
-  if (mode >= 6 && mode <= 14) {
-    return Scan::vertical;
-  }
+  if (mode >= 6 && mode <= 14) return Scan::vertical;
   return mode >= 22 && mode <= 30 ? Scan::horizontal : Scan::diagonal;
 }
 
@@ -27,25 +25,19 @@ bool CodingTreeParser::parseTransformTree(const CodingUnit& unit, TransformNode 
     node.codedCb = parseChromaFlags(node.depth == 0 || node.codedCb != 0, two, node.depth);
     node.codedCr = parseChromaFlags(node.depth == 0 || node.codedCr != 0, two, node.depth);
   }
-  if (!split) {
-    return parseTransformUnit(unit, node);
-  }
+  if (!split) return parseTransformUnit(unit, node);
   TransformNode child = node;
   child.log2Size--;
   child.depth++;
   for (child.siblings = 0; child.siblings < 4; ++child.siblings) {
     child.quarter = node.depth == 0 ? child.siblings : node.quarter;
-    if (!parseTransformTree(unit, child)) {
-      return false;
-    }
+    if (!parseTransformTree(unit, child)) return false;
   }
   return true;
 }
 
 unsigned CodingTreeParser::parseChromaFlags(bool parentCoded, bool two, unsigned depth) {
-  if (!parentCoded) {
-    return 0;
-  }
+  if (!parentCoded) return 0;
   const unsigned upper = decoder.decode(contexts.codedChroma[depth]) ? 1U : 0U;
   return upper | (two && decoder.decode(contexts.codedChroma[depth]) ? 2U : 0U);
 }
@@ -53,16 +45,10 @@ unsigned CodingTreeParser::parseChromaFlags(bool parentCoded, bool two, unsigned
 // 7.3.8.10
 bool CodingTreeParser::parseTransformUnit(const CodingUnit& unit, const TransformNode& node) {
   const bool codedLuma = decoder.decode(contexts.codedLuma[node.depth == 0 ? 1 : 0]);
-  if (!codedLuma && node.codedCb == 0 && node.codedCr == 0) {
-    return true;
-  }
-  if (pps_.cuQpDelta && !qpDeltaCoded_ && !parseQpDelta()) {
-    return false;
-  }
+  if (!codedLuma && node.codedCb == 0 && node.codedCr == 0) return true;
+  if (pps_.cuQpDelta && !qpDeltaCoded_ && !parseQpDelta()) return false;
   const unsigned part = unit.split ? node.quarter : 0;
-  if (codedLuma && !parseBlock(unit, node.log2Size, false, unit.lumaModes[part])) {
-    return false;
-  }
+  if (codedLuma && !parseBlock(unit, node.log2Size, false, unit.lumaModes[part])) return false;
   unsigned chromaLog2Size = node.log2Size;
   if (sps_.chromaArrayType != k444) {
     if (node.log2Size == 2 && node.siblings != 3) {
@@ -78,16 +64,12 @@ bool CodingTreeParser::parseTransformUnit(const CodingUnit& unit, const Transfor
 bool CodingTreeParser::parseQpDelta() {
   qpDeltaCoded_ = true;
   int magnitude = 0;
-  while (magnitude < 5 && decoder.decode(contexts.qpDelta[magnitude == 0 ? 0 : 1])) {
-    ++magnitude;
-  }
+  while (magnitude < 5 && decoder.decode(contexts.qpDelta[magnitude == 0 ? 0 : 1])) ++magnitude;
   if (magnitude == 5) {
     int bits = 0;
     while (decoder.bypass()) {
       magnitude += 1 << bits;
-      if (++bits > 7) {
-        return false;
-      }
+      if (++bits > 7) return false;
     }
     magnitude += static_cast<int>(decoder.bypass(bits));
   }

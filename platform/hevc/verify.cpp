@@ -28,15 +28,11 @@ class ParameterSets {
 };
 
 void ParameterSets::store(const NalUnit& unit) {
-  if (unit.type != kSpsUnit && unit.type != kPpsUnit) {
-    return;
-  }
+  if (unit.type != kSpsUnit && unit.type != kPpsUnit) return;
   const RawPayload raw = removeEmulationPrevention(unit.payload);
   unsigned id = 0;
   if (unit.type == kPpsUnit) {
-    if (auto pps = parsePps(raw.bytes, id)) {
-      pps_[id] = std::move(pps);
-    }
+    if (auto pps = parsePps(raw.bytes, id)) pps_[id] = std::move(pps);
   } else if (auto sps = parseSps(raw.bytes, id)) {
     sps_[id] = sps;
   }
@@ -44,9 +40,7 @@ void ParameterSets::store(const NalUnit& unit) {
 
 ParameterSets::Active ParameterSets::activeFor(const RawPayload& raw, unsigned unitType) const {
   const unsigned id = parsePpsId(raw.bytes, unitType);
-  if (id >= kMaximumPps || !pps_[id] || !sps_[pps_[id]->spsId]) {
-    return {};
-  }
+  if (id >= kMaximumPps || !pps_[id] || !sps_[pps_[id]->spsId]) return {};
   return {&*sps_[pps_[id]->spsId], &*pps_[id]};
 }
 
@@ -68,9 +62,7 @@ class Verifier {
 Verdict Verifier::verifySegment(const NalUnit& unit) {
   const RawPayload raw = removeEmulationPrevention(unit.payload);
   const auto active = sets_.activeFor(raw, unit.type);
-  if (active.sps == nullptr || active.sps->unusual || active.pps->unusual) {
-    return Verdict::unknown;
-  }
+  if (active.sps == nullptr || active.sps->unusual || active.pps->unusual) return Verdict::unknown;
   if (!picture_) {
     active_ = active;
     picture_.emplace(*active.sps, *active.pps);
@@ -79,14 +71,10 @@ Verdict Verifier::verifySegment(const NalUnit& unit) {
     return Verdict::unknown;
   }
   const Parsed parsed = parseSliceHeader(raw.bytes, unit.type, *active.sps, *active.pps, header_);
-  if (parsed != Parsed::yes) {
-    return parsed == Parsed::unusual ? Verdict::unknown : Verdict::damaged;
-  }
+  if (parsed != Parsed::yes) return parsed == Parsed::unusual ? Verdict::unknown : Verdict::damaged;
   std::vector<std::size_t> removed;
   for (const std::size_t place : raw.removed) {
-    if (place > header_.size) {
-      removed.push_back(place - header_.size);
-    }
+    if (place > header_.size) removed.push_back(place - header_.size);
   }
   const bool intact = picture_->parse(header_, ByteView(raw.bytes).subspan(header_.size), removed);
   return intact ? Verdict::intact : Verdict::damaged;
@@ -101,9 +89,7 @@ Verdict Verifier::verify(std::span<const NalUnit> units) {
       continue;
     }
     const Verdict verdict = verifySegment(unit);
-    if (verdict != Verdict::intact) {
-      return verdict;
-    }
+    if (verdict != Verdict::intact) return verdict;
   }
   return picture_ && picture_->complete() ? Verdict::intact : Verdict::damaged;
 }
@@ -121,9 +107,7 @@ std::optional<PictureShape> shapeOf(std::span<const NalUnit> units) {
     }
     const std::size_t headerStart = std::min<std::size_t>(unit.payload.size(), 16);
     const auto active = sets.activeFor(removeEmulationPrevention(unit.payload.first(headerStart)), unit.type);
-    if (active.sps == nullptr) {
-      return std::nullopt;
-    }
+    if (active.sps == nullptr) return std::nullopt;
     const Sps& sps = *active.sps;
     return PictureShape{std::uint64_t{sps.width} * sps.height, sps.shownWidth, sps.shownHeight, active.pps->wavefront};
   }

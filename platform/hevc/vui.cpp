@@ -5,9 +5,7 @@ namespace {
 
 void skipSubLayerHrd(BitReader& reader, unsigned buffers, bool subPicture) {
   for (unsigned i = 0; i < buffers; ++i) {
-    for (int value = 0; value < (subPicture ? 4 : 2); ++value) {
-      reader.unsignedGolomb();
-    }
+    for (int value = 0; value < (subPicture ? 4 : 2); ++value) reader.unsignedGolomb();
     reader.flag();
   }
 }
@@ -44,9 +42,7 @@ void skipHrd(BitReader& reader, unsigned subLayers) {
 Vui readVui(BitReader& reader, unsigned subLayers) {
   Vui vui;
   constexpr unsigned kExtendedAspectRatio = 255;
-  if (reader.flag() && reader.bits(8) == kExtendedAspectRatio) {
-    reader.skip(32);
-  }
+  if (reader.flag() && reader.bits(8) == kExtendedAspectRatio) reader.skip(32);
   if (reader.flag()) {  // overscan
     reader.flag();
   }
@@ -60,24 +56,16 @@ Vui readVui(BitReader& reader, unsigned subLayers) {
   }
   reader.skip(3);
   if (reader.flag()) {  // default display window
-    for (int side = 0; side < 4; ++side) {
-      reader.unsignedGolomb();
-    }
+    for (int side = 0; side < 4; ++side) reader.unsignedGolomb();
   }
   if (reader.flag()) {  // timing
     reader.skip(64);
-    if (reader.flag()) {
-      reader.unsignedGolomb();
-    }
-    if (reader.flag()) {
-      skipHrd(reader, subLayers);
-    }
+    if (reader.flag()) reader.unsignedGolomb();
+    if (reader.flag()) skipHrd(reader, subLayers);
   }
   if (reader.flag()) {  // restrictions
     reader.skip(3);
-    for (int value = 0; value < 5; ++value) {
-      reader.unsignedGolomb();
-    }
+    for (int value = 0; value < 5; ++value) reader.unsignedGolomb();
   }
   return vui;
 }

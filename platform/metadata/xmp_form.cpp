@@ -150,8 +150,9 @@ bool isUsual(const PseudoAttribute& attribute) {
   if (name == "id") return value == "W5M0MpCehiHzreSzNTczkc9d";
   if (name == "end") return value == "w" || value == "r";
   // A byte-order mark, sometimes encoded twice.
-  if (name == "begin")
+  if (name == "begin") {
     return value.size() <= 8 && consistsOf([](char c) { return static_cast<unsigned char>(c) > 0x7F; });
+  }
   if (name == "bytes") return value.size() <= 10 && consistsOf([](char c) { return c >= '0' && c <= '9'; });
   return name == "encoding" && (value == "UTF-8" || value == "utf-8");
 }

@@ -2,9 +2,9 @@
 
 #include <cstring>
 
+#include "platform/pixels/raster_rows.h"
 #include "platform/values/bytes.h"
 #include "platform/values/sample_memory.h"
-#include "platform/pixels/raster_rows.h"
 
 namespace quellor::pixels {
 namespace {

@@ -3,12 +3,12 @@
 #include <cstdint>
 #include <memory>
 
-#include "platform/values/limits.h"
-#include "platform/values/raster.h"
 #include "platform/pixels/raster_form.h"
 #include "platform/pixels/row_conversion.h"
 #include "platform/pixels/row_slices.h"
 #include "platform/pixels/sample_table.h"
+#include "platform/values/limits.h"
+#include "platform/values/raster.h"
 
 namespace quellor::pixels {
 

@@ -3,8 +3,8 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "platform/values/raster.h"
 #include "platform/pixels/raster_form.h"
+#include "platform/values/raster.h"
 
 namespace quellor::pixels {
 

@@ -3,12 +3,12 @@
 #include <cstring>
 #include <memory>
 
-#include "platform/values/sample_memory.h"
 #include "platform/pixels/raster_form.h"
 #include "platform/pixels/raster_rows.h"
 #include "platform/pixels/row_conversion.h"
 #include "platform/pixels/row_slices.h"
 #include "platform/pixels/sample_table.h"
+#include "platform/values/sample_memory.h"
 
 namespace quellor::pixels {
 namespace {
@@ -77,10 +77,11 @@ void stretchRow(std::uint8_t* samples, std::size_t count, std::size_t sampleByte
     std::uint16_t sample = *samples;
     if (sampleBytes == 2) std::memcpy(&sample, samples, sizeof sample);
     sample = values[sample];
-    if (sampleBytes == 2)
+    if (sampleBytes == 2) {
       std::memcpy(samples, &sample, sizeof sample);
-    else
+    } else {
       *samples = static_cast<std::uint8_t>(sample);
+    }
   }
 }
 
@@ -93,10 +94,11 @@ bool copyStretched(const Raster& raster, const RasterForm& form, const RgbPlanes
     for (std::uint32_t row = slice.first; row < slice.first + slice.count; ++row) {
       for (std::size_t color = 0; color < 3; ++color) {
         std::uint8_t* const to = planes.at(color, row);
-        if (grey)
+        if (grey) {
           copySamples(raster.components[0], sampleBytes, row, 0, raster.width, to);
-        else
+        } else {
           source->copyRow(color, row, 0, raster.width, to);
+        }
         stretchRow(to, raster.width, sampleBytes, values);
       }
     }

@@ -40,7 +40,7 @@ constexpr std::uint16_t kDerivedConstantLuminance = 13;
 constexpr std::uint16_t kIctcp = 14;
 
 /// Matrices that contain the transfer characteristics or the primaries.
-bool dependsOnColour(std::uint16_t matrix) { return matrix == kDerivedFromPrimaries || matrix == kIctcp; }
+bool dependsOnColor(std::uint16_t matrix) { return matrix == kDerivedFromPrimaries || matrix == kIctcp; }
 
 /// The library undoes constant luminance with one curve and restores the signal with another, so that nothing comes
 /// out right (3.0.4). No still image is known to be coded so.
@@ -48,7 +48,7 @@ bool hasConstantLuminance(std::uint16_t matrix) {
   return matrix == kBt2020ConstantLuminance || matrix == kDerivedConstantLuminance;
 }
 
-zimg_image_format formatOf(const PlaneForm& form, const Cicp& colour, std::uint32_t width, std::uint32_t height) {
+zimg_image_format formatOf(const PlaneForm& form, const Cicp& color, std::uint32_t width, std::uint32_t height) {
   zimg_image_format format;
   zimg_image_format_default(&format, ZIMG_API_VERSION);
   format.width = width;
@@ -60,9 +60,9 @@ zimg_image_format formatOf(const PlaneForm& form, const Cicp& colour, std::uint3
   // The library's numbers are those of H.273; it refuses the ones that it does not know.
   format.matrix_coefficients =
       form.rgb ? ZIMG_MATRIX_RGB : static_cast<zimg_matrix_coefficients_e>(form.coding.matrixCoefficients);
-  if (dependsOnColour(colour.matrixCoefficients)) {
-    format.transfer_characteristics = static_cast<zimg_transfer_characteristics_e>(colour.transferCharacteristics);
-    format.color_primaries = static_cast<zimg_color_primaries_e>(colour.colourPrimaries);
+  if (dependsOnColor(color.matrixCoefficients)) {
+    format.transfer_characteristics = static_cast<zimg_transfer_characteristics_e>(color.transferCharacteristics);
+    format.color_primaries = static_cast<zimg_color_primaries_e>(color.colorPrimaries);
   }
   if (!form.rgb) {
     format.subsample_w = form.subsampling.horizontal;
@@ -189,12 +189,12 @@ struct Output {
 
 /// The coding of the side that has a matrix. ICtCp (ITU-R BT.2100) brings its primaries along, and PQ stands in where
 /// no transfer characteristics are signalled.
-Cicp colourOf(const PlaneForm& from, const PlaneForm& to) {
-  Cicp colour = from.rgb ? to.coding : from.coding;
-  if (colour.matrixCoefficients != kIctcp) return colour;
-  colour.colourPrimaries = kBt2020Primaries;
-  if (colour.transferCharacteristics == kUnspecified) colour.transferCharacteristics = kPqTransfer;
-  return colour;
+Cicp colorOf(const PlaneForm& from, const PlaneForm& to) {
+  Cicp color = from.rgb ? to.coding : from.coding;
+  if (color.matrixCoefficients != kIctcp) return color;
+  color.colorPrimaries = kBt2020Primaries;
+  if (color.transferCharacteristics == kUnspecified) color.transferCharacteristics = kPqTransfer;
+  return color;
 }
 
 }  // namespace
@@ -204,18 +204,18 @@ bool convertRows(std::uint32_t width, std::uint32_t height, RowSlice slice, cons
   const std::uint32_t firstRow = slice.first - std::min(slice.first, kContextRows);
   const std::uint32_t endRow = static_cast<std::uint32_t>(
       std::min<std::uint64_t>(height, std::uint64_t{slice.first} + slice.count + kContextRows));
-  const Cicp colour = colourOf(from, to);
-  if (from.rgb != to.rgb && hasConstantLuminance(colour.matrixCoefficients)) return false;
+  const Cicp color = colorOf(from, to);
+  if (from.rgb != to.rgb && hasConstantLuminance(color.matrixCoefficients)) return false;
   const std::uint32_t paddedWidth = paddedSize(width);
   const std::uint32_t paddedHeight = paddedSize(endRow - firstRow);
-  zimg_image_format fromFormat = formatOf(from, colour, paddedWidth, paddedHeight);
+  zimg_image_format fromFormat = formatOf(from, color, paddedWidth, paddedHeight);
   if (from.phase != ChromaPhase()) {
     fromFormat.width += kSizeUnit;
     fromFormat.height += kSizeUnit;
     fromFormat.active_region = {static_cast<double>(from.phase.columns), static_cast<double>(from.phase.rows),
                                 static_cast<double>(paddedWidth), static_cast<double>(paddedHeight)};
   }
-  const zimg_image_format toFormat = formatOf(to, colour, paddedWidth, paddedHeight);
+  const zimg_image_format toFormat = formatOf(to, color, paddedWidth, paddedHeight);
   const Graph graph = graphOf(fromFormat, toFormat);
   if (!graph) return false;
 

@@ -2,10 +2,10 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "platform/values/raster.h"
 #include "platform/pixels/raster_form.h"
 #include "platform/pixels/raster_rows.h"
 #include "platform/pixels/row_slices.h"
+#include "platform/values/raster.h"
 
 namespace quellor::pixels {
 

@@ -14,7 +14,8 @@ struct RowSlice {
 inline constexpr std::uint32_t kSliceRowUnit = 16;
 
 /// Calls `work` once for every row of an image of `rows` rows and `columns` columns, slice by slice: the slices of a
-/// large image on several threads at once. True when every call returned true; a call that throws counts as false.
+/// large image on several threads at once. True when every call returned true; raises
+/// what a call raises.
 bool forEachSlice(std::uint32_t rows, std::uint32_t columns, const std::function<bool(RowSlice)>& work);
 
 }  // namespace quellor::pixels

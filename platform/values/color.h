@@ -12,7 +12,7 @@ constexpr int componentCount(ColorModel model) {
 
 /// Coding-independent code points (ITU-T H.273, clause 8). 2 means unspecified in the first three.
 struct Cicp {
-  std::uint16_t colourPrimaries = 2;
+  std::uint16_t colorPrimaries = 2;
   std::uint16_t transferCharacteristics = 2;
   std::uint16_t matrixCoefficients = 2;
   bool fullRange = false;

@@ -106,7 +106,7 @@ TEST(CorpusTable, HasARowForEverySampleFile) {
   }
 }
 
-TEST(BuiltProfile, IsTheSameForEveryFileOfItsColourSpace) {
+TEST(BuiltProfile, IsTheSameForEveryFileOfItsColorSpace) {
   if (!std::filesystem::exists(test_support::samples())) GTEST_SKIP() << "no sample files";
   const struct {
     const char* first;

@@ -69,7 +69,7 @@ TEST_P(Deep, IsRewrittenFromItsSource) {
   EXPECT_EQ(image.answer()["output"]["bitDepth"], GetParam().writtenDepth);
   if (!std::filesystem::exists(test_support::kPictureJudge)) GTEST_SKIP() << "no ImageMagick to judge";
   const std::string pixels = test_support::shownPixels(image.path(), kWidth, kHeight);
-  EXPECT_LT(test_support::differencesFrom(slopes, pixels, kWidth).colour, 3);
+  EXPECT_LT(test_support::differencesFrom(slopes, pixels, kWidth).color, 3);
 }
 
 INSTANTIATE_TEST_SUITE_P(

@@ -83,7 +83,7 @@ Bytes palettePng() {
   return test_support::encodePng(spec);
 }
 
-Bytes colourKeyedPng() {
+Bytes colorKeyedPng() {
   test_support::PngSpec spec;
   spec.width = kWidth;
   spec.height = kHeight;
@@ -170,7 +170,7 @@ class EncodedFormat : public ::testing::TestWithParam<Source> {
   }
 };
 
-TEST_P(EncodedFormat, IsShownInItsSizeAndColoursWithItsAlpha) {
+TEST_P(EncodedFormat, IsShownInItsSizeAndColorsWithItsAlpha) {
   const Source& source = GetParam();
   const Bytes input = source.file();
   for (const char* operation : {kEncodeCandidate, kRewriteFromSource, kRewriteDecoded}) {
@@ -192,9 +192,9 @@ TEST_P(EncodedFormat, IsShownInItsSizeAndColoursWithItsAlpha) {
     const std::string pixels = test_support::shownPixels(image.path(), kWidth, kHeight);
     const auto differences = test_support::differencesFrom(source.picture, pixels, kWidth);
     RecordProperty("largestDifferenceOfAlpha", differences.alpha);
-    RecordProperty("meanDifferenceOfColour", std::to_string(differences.colour));
+    RecordProperty("meanDifferenceOfColour", std::to_string(differences.color));
     EXPECT_LE(differences.alpha, source.hasAlpha() ? 3 : 0);
-    EXPECT_LT(differences.colour, 3);
+    EXPECT_LT(differences.color, 3);
   }
 }
 
@@ -207,7 +207,7 @@ INSTANTIATE_TEST_SUITE_P(
         Source{"PNG with alpha", [] { return pngOf(6, fadingSlopes); }, fadingSlopes},
         Source{"grey PNG with alpha", [] { return pngOf(4, fadingSlopes); }, fadingSlopes, kGrey},
         Source{"PNG with a palette", palettePng, cutOut},
-        Source{"PNG with a transparent colour", colourKeyedPng, cutOut},
+        Source{"PNG with a transparent colour", colorKeyedPng, cutOut},
         Source{"GIF", [] { return gifOf(false); },
                [](std::uint32_t, std::uint32_t) {
                  return Pixel{200, 120, 40, 255};
@@ -257,7 +257,7 @@ INSTANTIATE_TEST_SUITE_P(
     [](const auto& tested) { return test_support::testName(tested.param.name); });
 
 // Cyan, whatever exact red a conversion without a profile gives.
-TEST(CmykInks, HaveTheirColour) {
+TEST(CmykInks, HaveTheirColor) {
   const WrittenImage image(kRewriteDecoded, cmykTiffOf({255, 0, 0, 0}));
   ASSERT_TRUE(image.written()) << image.answer();
   const test_support::StoredPixels stored = test_support::exportPixels(image.path());

@@ -271,14 +271,16 @@ TEST_P(FlagWithoutEffect, ChangesNothingThatIsWritten) {
   std::vector<json> policies = {json::object()};
   for (const char* flag : kOtherFlags)
     for (const bool value : {true, false}) policies.push_back({{flag, value}});
-  for (const bool value : {true, false})
+  for (const bool value : {true, false}) {
     policies.push_back({{kOtherFlags[0], value}, {kOtherFlags[1], value}, {kOtherFlags[2], value}});
+  }
   for (const json& policy : policies) {
     const WrittenImage image(GetParam(), photo, 0.5, policy);
     ASSERT_TRUE(image.written()) << image.answer();
     EXPECT_TRUE(image.bytes() == plain.bytes()) << policy;
-    for (const char* key : {"input", "warnings", "removedItems"})
+    for (const char* key : {"input", "warnings", "removedItems"}) {
       EXPECT_EQ(image.answer()[key], plain.answer()[key]) << policy;
+    }
   }
 }
 

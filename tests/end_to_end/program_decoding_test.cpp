@@ -140,9 +140,7 @@ TEST(FirstOffendingKey, InTheOrderOfTheProtocolIsTheOneNamed) {
 
 TEST(OptionalKey, MayBeMissingOrNull) {
   expectDecoded(plainRequest());
-  for (const char* key : {"outputPath", "quality", "metadataPolicy"}) {
-    expectDecoded(with(plainRequest(), key, nullptr));
-  }
+  for (const char* key : {"outputPath", "quality", "metadataPolicy"}) expectDecoded(with(plainRequest(), key, nullptr));
   expectDecoded(with(plainRequest(), "metadataPolicy", json::object()));
 }
 

@@ -91,8 +91,9 @@ TEST_P(Destination, OnADetourIsWrittenThereAndNamedAsItWas) {
     SCOPED_TRACE(detour);
     expectWritten(folder().string() + "//" + detour);
   }
-  for (const char* name : {"sub/one", "two", "sub/three", "sub/four"})
+  for (const char* name : {"sub/one", "two", "sub/three", "sub/four"}) {
     EXPECT_TRUE(std::filesystem::exists(folder() / name)) << name;
+  }
 }
 
 TEST_P(Destination, OnADetourThroughNothingIsNotCreated) {

@@ -97,8 +97,9 @@ TEST(ExportedFile, OfTwoPixelsHas23Bytes) {
   EXPECT_EQ(facts["orientationApplied"], 0);
   EXPECT_EQ(facts["alphaInfo"], "noneSkipLast");
   EXPECT_EQ(stored.answer["warnings"], json::array({"storage_pixel_no_orientation_transform"}));
-  for (const char* absent : {"output", "quality", "removedItems", "error"})
+  for (const char* absent : {"output", "quality", "removedItems", "error"}) {
     EXPECT_FALSE(stored.answer.contains(absent));
+  }
   for (const char* absent : {"path", "decodeValidated"}) EXPECT_FALSE(stored.answer["input"].contains(absent));
 }
 
@@ -116,14 +117,15 @@ TEST(ExportedPixels, OfAnOpaquePngAreItsSamples) {
   }
 }
 
-TEST(ExportedPixels, AreNotConvertedToAnotherColourSpace) {
+TEST(ExportedPixels, AreNotConvertedToAnotherColorSpace) {
   // 1 millionth steps (PNG, 11.3.2.1 and 11.3.2.3): the chromaticities of Adobe RGB (1998) and its gamma.
   PngSpec spec = pngOf(64, 64, kPngRgb, patternSample);
   spec.gamma = 256.0 / 563;
   test_support::PngChunk chromaticities{"cHRM", {}};
   for (const std::uint32_t value : {31270U, 32900U, 64000U, 33000U, 21000U, 71000U, 15000U, 6000U})
-    for (int shift = 24; shift >= 0; shift -= 8)
+    for (int shift = 24; shift >= 0; shift -= 8) {
       chromaticities.data.push_back(static_cast<std::uint8_t>(value >> shift));
+    }
   spec.chunksBeforeData = {chromaticities};
   expectPixels(exportPixelsOf(encodePng(spec)), 64, 64, patternSample);
 
@@ -167,8 +169,9 @@ TEST(ExportedPixels, WithStraightAlphaAreCompositedOverBlack) {
   EXPECT_EQ(stored.answer["storageExport"]["alphaInfo"], "last");
 
   test_support::WebpPicture picture{256, 256, {}};
-  for (std::uint32_t i = 0; i < 256 * 256 * 4; ++i)
+  for (std::uint32_t i = 0; i < 256 * 256 * 4; ++i) {
     picture.rgba.push_back(static_cast<int>(everyCombination(i / 4 % 256, i / 1024, i % 4)));
+  }
   expectPixels(exportPixelsOf(test_support::losslessWebp(picture)), 256, 256, compositedOverBlack);
 }
 
@@ -182,8 +185,9 @@ TEST(ExportedPixels, WithPremultipliedAlphaAreTheirOwn) {
   const auto premultiplied = [](std::uint32_t x, std::uint32_t y, std::uint32_t i) {
     return i == 3 ? y : everyCombination(x, y, i) * y / 255;
   };
-  for (std::uint32_t i = 0; i < 256 * 256 * 4; ++i)
+  for (std::uint32_t i = 0; i < 256 * 256 * 4; ++i) {
     picture.values.push_back(premultiplied(i / 4 % 256, i / 1024, i % 4));
+  }
   const StoredPixels stored = exportPixelsOf(test_support::tiffFile({test_support::tiffPage(picture)}));
   expectPixels(stored, 256, 256, premultiplied);
   EXPECT_EQ(stored.answer["storageExport"]["alphaInfo"], "premultipliedLast");
@@ -236,8 +240,9 @@ TEST(ExportedFile, IsRefusedInItsOrderOfChecks) {
   expectFailure(ask(missing), "invalid_request", "outputPath (raw file) is required");
   expectFailure(ask(with(missing, "outputPath", "")), "invalid_request", "outputPath (raw file) is required");
   test_support::expectInputNotFound(ask(with(missing, "outputPath", existing.string())));
-  for (const auto& taken : {existing, folder.path()})
+  for (const auto& taken : {existing, folder.path()}) {
     expectFailure(ask(with(good, "outputPath", taken.string())), "invalid_request", "raw output path already exists");
+  }
   EXPECT_EQ(test_support::contentsOf(existing), "precious");
 
   const json nowhere = ask(with(good, "outputPath", (folder.path() / "no" / "such" / "a.raw").string()));

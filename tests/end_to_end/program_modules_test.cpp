@@ -1,8 +1,10 @@
 // What is left of the program without one of its modules for HEVC.
 
 #include <filesystem>
+#include <fstream>
 #include <string>
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
@@ -19,13 +21,25 @@ using test_support::ProcessOptions;
 /// The code of a failure.
 std::string failure(const json& response) { return response.value("error", json::object()).value("code", "none"); }
 
-/// A copy of the program and of all its modules but one.
+std::string message(const json& response) { return response.value("error", json::object()).value("message", "none"); }
+
+/// A copy of the program and of its modules but one.
 class ProgramWithout {
  public:
   explicit ProgramWithout(const std::string& module) {
     std::filesystem::copy_file(QUELLOR_PROGRAM, program());
     std::filesystem::copy(QUELLOR_MODULES, directory_.path() / "modules");
     EXPECT_TRUE(std::filesystem::remove(directory_.path() / "modules" / ("quellor-" + module + ".so")));
+  }
+
+  void replace(const std::string& module, const std::string& contents) const {
+    std::ofstream(directory_.path() / "modules" / ("quellor-" + module + ".so")) << contents;
+  }
+
+  /// The files in its folder, the program and the modules' folder left out.
+  [[nodiscard]] std::size_t filesWritten() const {
+    const std::filesystem::directory_iterator entries(directory_.path());
+    return static_cast<std::size_t>(std::distance(begin(entries), end(entries))) - 2;
   }
 
   [[nodiscard]] json ask(const std::string& operation) const {
@@ -48,26 +62,32 @@ class ProgramWithout {
   test_support::TemporaryDirectory directory_;
 };
 
-TEST(ProgramWithoutAllModules, IsStillTheProgram) {
-  const ProgramWithout nothing("gif");
-  for (const char* operation : {"inspect", "rewrite-from-source", "encode-candidate"}) {
-    EXPECT_EQ(nothing.ask(operation).value("success", false), true) << operation;
-  }
-}
-
-TEST(ProgramWithoutTheHevcDecoder, HasNoImage) {
+TEST(ProgramWithoutTheHevcDecoder, SaysThatItIsMissing) {
   const ProgramWithout decoder("hevc-decoder");
   for (const char* operation : {"inspect", "rewrite-from-source", "encode-candidate"}) {
-    EXPECT_EQ(failure(decoder.ask(operation)), "no_primary_image") << operation;
+    const json response = decoder.ask(operation);
+    EXPECT_EQ(failure(response), "internal_error") << operation;
+    EXPECT_THAT(message(response), testing::HasSubstr("quellor-hevc-decoder.so")) << operation;
   }
+  EXPECT_EQ(decoder.filesWritten(), 0U);
 }
 
-TEST(ProgramWithoutTheHevcEncoder, CopiesButDoesNotEncode) {
+TEST(ProgramWithoutTheHevcEncoder, CopiesAndSaysThatItCannotEncode) {
   const ProgramWithout encoder("hevc-encoder");
   EXPECT_EQ(encoder.ask("inspect").value("success", false), true);
   EXPECT_EQ(encoder.ask("rewrite-from-source").value("success", false), true);
-  EXPECT_EQ(failure(encoder.ask("encode-candidate")), "destination_finalize_failed");
-  EXPECT_EQ(failure(encoder.ask("rewrite-decoded-image")), "destination_finalize_failed");
+  for (const char* operation : {"encode-candidate", "rewrite-decoded-image"}) {
+    const json response = encoder.ask(operation);
+    EXPECT_EQ(failure(response), "internal_error") << operation;
+    EXPECT_THAT(message(response), testing::HasSubstr("quellor-hevc-encoder.so")) << operation;
+  }
+  EXPECT_EQ(encoder.filesWritten(), 1U) << "the copy";
+}
+
+TEST(ProgramWithAForeignModule, SaysThatItIsNone) {
+  const ProgramWithout decoder("hevc-decoder");
+  decoder.replace("hevc-decoder", "no library");
+  EXPECT_THAT(message(decoder.ask("inspect")), testing::HasSubstr("quellor-hevc-decoder.so"));
 }
 
 }  // namespace

@@ -51,7 +51,7 @@ std::string tagsOf(const std::filesystem::path& file) {
 
 class Writer : public ::testing::TestWithParam<const char*> {};
 
-TEST_P(Writer, KeepsSizeOrientationColoursAndMetadata) {
+TEST_P(Writer, KeepsSizeOrientationColorsAndMetadata) {
   const TemporaryDirectory folder;
   const json answer = ask(writing(GetParam(), folder, "out.heic"));
   ASSERT_TRUE(answer["success"].get<bool>()) << answer;
@@ -75,8 +75,9 @@ TEST_P(Writer, RemovesWhatThePolicyAsksForFromExifAndXmpAlike) {
   EXPECT_EQ(answer["removedItems"], json::array({"{GPS}"}));
   const std::string tags = tagsOf(folder.path() / "out.heic");
   for (const char* gone : {"GPS", "Make", "Example One"}) EXPECT_THAT(tags, Not(HasSubstr(gone)));
-  for (const char* kept : {"LensModel", "ExposureTime", "A meadow under a hazy sun"})
+  for (const char* kept : {"LensModel", "ExposureTime", "A meadow under a hazy sun"}) {
     EXPECT_THAT(tags, HasSubstr(kept));
+  }
 }
 
 TEST_P(Writer, NeverTouchesWhatExistsAtItsDestination) {

@@ -121,10 +121,11 @@ TEST_P(RoundTrip, EndsAsTheRulesSay) {
   ASSERT_TRUE(row().allows("ok")) << response;
   ASSERT_EQ(refusalOf(operation(), row()), std::nullopt);
   expectOneFile();
-  if (operation() == kExport)
+  if (operation() == kExport) {
     expectRawFile(response);
-  else
+  } else {
     expectSameImage(response);
+  }
 }
 
 INSTANTIATE_TEST_SUITE_P(Samples, RoundTrip,

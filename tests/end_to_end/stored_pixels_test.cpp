@@ -27,7 +27,7 @@
 namespace quellor {
 namespace {
 
-using test_support::Colour;
+using test_support::Color;
 using test_support::CorpusRow;
 using test_support::HeifJudge;
 using test_support::StoredPixels;
@@ -103,7 +103,7 @@ Differences differencesOf(const StoredPixels& stored, const Raster& reference, P
   const ByteView pixels = stored.pixels();
   for (std::uint32_t y = border; y < stored.height() - border; ++y) {
     for (std::uint32_t x = border; x < stored.width() - border; ++x) {
-      const Colour expected = test_support::referenceColour(reference, place.left + x, place.top + y);
+      const Color expected = test_support::referenceColor(reference, place.left + x, place.top + y);
       const std::size_t at = (std::size_t{y} * stored.width() + x) * 4;
       for (std::size_t i = 0; i < 3; ++i) differences.add(pixels[at + i], expected[i] * 255);
     }
@@ -218,7 +218,7 @@ TEST(StoredPixelsOfAnIdentity, AreThoseOfItsOriginalTransformed) {
   Differences differences;
   for (std::uint32_t y = 1; y < 149; ++y) {
     for (std::uint32_t x = 1; x < 149; ++x) {
-      const Colour expected = test_support::referenceColour(*original, 490 + 299 - (75 + y), 210 + 75 + x);
+      const Color expected = test_support::referenceColor(*original, 490 + 299 - (75 + y), 210 + 75 + x);
       for (std::size_t i = 0; i < 3; ++i) {
         differences.add(stored.pixels()[(std::size_t{y} * 150 + x) * 4 + i], expected[i] * 255);
       }

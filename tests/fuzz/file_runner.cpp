@@ -72,12 +72,13 @@ int main(int count, char** arguments) {
   bool verbose = false;
   std::vector<std::filesystem::path> files;
   for (int i = 1; i < count; ++i) {
-    if (std::strcmp(arguments[i], "--changes") == 0 && i + 1 < count)
+    if (std::strcmp(arguments[i], "--changes") == 0 && i + 1 < count) {
       changes = std::stoul(arguments[++i]);
-    else if (std::strcmp(arguments[i], "--verbose") == 0)
+    } else if (std::strcmp(arguments[i], "--verbose") == 0) {
       verbose = true;
-    else
+    } else {
       collect(arguments[i], files);
+    }
   }
   std::size_t inputs = 0;
   for (const auto& file : files) {

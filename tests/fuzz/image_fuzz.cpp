@@ -2,9 +2,8 @@
 
 #include <string_view>
 
-#include "platform/values/image_facts.h"
-#include "platform/formats/file_format.h"
-#include "platform/module.h"
+#include "platform/formats/image_format.h"
+#include "platform/values/limits.h"
 #include "tests/fuzz/fuzz_target.h"
 
 namespace {
@@ -41,12 +40,10 @@ void check(const Raster& raster) {
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const ByteView file(data, size);
-  const auto format = recogniseFormat(file);
-  if (!format) return 0;
-  const auto* const codec = ModuleLoader(QUELLOR_MODULES).open<Codec>(moduleNameOf(*format), kCodecEntry);
-  FUZZ_REQUIRE(codec != nullptr);
-  const auto facts = codec->describe(file);
-  const auto raster = codec->decode(file);
+  const ImageFormat* const format = formatOf(file);
+  if (format == nullptr) return 0;
+  const auto facts = format->describe(file);
+  const auto raster = format->decode(file);
   if (!raster) return 0;
   FUZZ_REQUIRE(facts.has_value());
   check(*raster);

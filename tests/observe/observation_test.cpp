@@ -179,7 +179,7 @@ TEST(ObserveFile, ListsAuxiliaryImagesInAlphabeticalOrder) {
                                                        "semantic_segmentation_matte"));
 }
 
-TEST(ObserveFile, LeavesColourFactsAbsentThatTheImageDoesNotHave) {
+TEST(ObserveFile, LeavesColorFactsAbsentThatTheImageDoesNotHave) {
   FakePlatform platform;
   FakeImage image = photo();
   image.image->colorSpace = std::nullopt;

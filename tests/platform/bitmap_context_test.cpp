@@ -4,20 +4,11 @@
 
 #include <gtest/gtest.h>
 
-#include "platform/values/bytes.h"
 #include "platform/image_services.h"
-#include "platform/pixels/pixel_engine.h"
+#include "platform/values/bytes.h"
 
 namespace quellor {
 namespace {
-
-bool drawSevens(const Raster& raster, std::span<std::uint8_t> pixels) noexcept {
-  if (raster.model == SampleModel::grey) return false;
-  for (std::uint8_t& byte : pixels) byte = 7;
-  return true;
-}
-
-constexpr PixelEngine kSevens{drawSevens, nullptr};
 
 ColorSpace spaceOf(ColorModel model) { return {model, std::nullopt, nullptr, false}; }
 
@@ -29,18 +20,10 @@ Image imageOf(std::uint32_t width, std::uint32_t height, SampleModel model = Sam
   return image;
 }
 
-TEST(BitmapContext, DrawsThroughTheEngineIntoItsPixels) {
-  Bytes pixels(24);
-  const auto context = BitmapContext::create(&kSevens, 3, 2, spaceOf(ColorModel::rgb), pixels);
-  ASSERT_TRUE(context);
-  EXPECT_TRUE(context->draw(imageOf(3, 2)));
-  EXPECT_EQ(pixels, Bytes(24, 7));
-}
-
 TEST(BitmapContext, RefusesSpacesWithoutThreeComponents) {
   Bytes pixels(24);
-  EXPECT_FALSE(BitmapContext::create(&kSevens, 3, 2, spaceOf(ColorModel::grey), pixels));
-  EXPECT_FALSE(BitmapContext::create(&kSevens, 3, 2, spaceOf(ColorModel::cmyk), pixels));
+  EXPECT_FALSE(bitmapContextOver(pixels, 3, 2, spaceOf(ColorModel::grey)));
+  EXPECT_FALSE(bitmapContextOver(pixels, 3, 2, spaceOf(ColorModel::cmyk)));
 }
 
 TEST(BitmapContext, RefusesMemoryThatDoesNotFitItsSize) {
@@ -59,35 +42,37 @@ TEST(BitmapContext, RefusesMemoryThatDoesNotFitItsSize) {
   };
   for (const auto& c : cases) {
     Bytes pixels(c.room);
-    EXPECT_FALSE(BitmapContext::create(&kSevens, c.width, c.height, spaceOf(ColorModel::rgb), pixels)) << c.why;
+    EXPECT_FALSE(bitmapContextOver(pixels, c.width, c.height, spaceOf(ColorModel::rgb))) << c.why;
   }
 }
 
-TEST(BitmapContext, DrawsOnlyAnImageOfItsSizeAndNothingThatTheEngineRefuses) {
-  Bytes pixels(24);
-  const auto context = BitmapContext::create(&kSevens, 3, 2, spaceOf(ColorModel::rgb), pixels);
-  EXPECT_FALSE(context->draw(imageOf(2, 3)));
-  EXPECT_FALSE(context->draw(imageOf(3, 2, SampleModel::grey)));
-  EXPECT_EQ(pixels, Bytes(24, 0));
-}
+class Drawn : public testing::Test {
+ protected:
+  /// A row of two pixels.
+  Drawn() : image_(imageOf(2, 1)) {
+    for (std::size_t i = 0; i < 3; ++i) image_.raster.components.push_back({samples_.data() + i, 3, 6, 2, 1});
+  }
 
-TEST(BitmapContext, IsAbsentWithoutAnEngine) {
-  Bytes pixels(4);
-  EXPECT_FALSE(BitmapContext::create(nullptr, 1, 1, spaceOf(ColorModel::rgb), pixels));
-  const SystemImageServices withoutModules(ModuleLoader("/nonexistent"));
-  EXPECT_FALSE(withoutModules.createBitmapContext(1, 1, spaceOf(ColorModel::rgb), pixels));
-}
+  const std::array<std::uint8_t, 6> samples_ = {255, 0, 1, 2, 128, 254};
+  Image image_;
+};
 
-TEST(BitmapContext, OfTheImageServicesDrawsStoredColours) {
-  const SystemImageServices services{ModuleLoader(QUELLOR_MODULES)};
-  const std::array<std::uint8_t, 6> samples = {255, 0, 1, 2, 128, 254};
-  Image image = imageOf(2, 1);
-  for (std::size_t i = 0; i < 3; ++i) image.raster.components.push_back({samples.data() + i, 3, 6, 2, 1});
+TEST_F(Drawn, StoredColorsAreSampleForSample) {
   Bytes pixels(8);
-  const auto context = services.createBitmapContext(2, 1, spaceOf(ColorModel::rgb), pixels);
+  const auto context = SystemImageServices().createBitmapContext(2, 1, spaceOf(ColorModel::rgb), pixels);
   ASSERT_TRUE(context);
-  ASSERT_TRUE(context->draw(image));
+  ASSERT_TRUE(context->draw(image_));
   EXPECT_EQ(pixels, (Bytes{255, 0, 1, 255, 2, 128, 254, 255}));
+}
+
+TEST_F(Drawn, NothingIsOfAnotherSizeOrOfGrey) {
+  Bytes pixels(8);
+  const auto context = bitmapContextOver(pixels, 1, 2, spaceOf(ColorModel::rgb));
+  EXPECT_FALSE(context->draw(image_));
+  Image grey = imageOf(1, 2, SampleModel::grey);
+  grey.raster.components = {{samples_.data(), 1, 1, 1, 2}};
+  EXPECT_FALSE(context->draw(grey));
+  EXPECT_EQ(pixels, Bytes(8, 0));
 }
 
 }  // namespace

@@ -5,21 +5,15 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "platform/color/color_engine.h"
+#include "platform/color/profile_builder.h"
+#include "platform/color/profile_reader.h"
 #include "platform/color_space_of.h"
-#include "platform/module.h"
-#include "tests/platform/icc_bytes.h"
+#include "tests/platform/color/icc_bytes.h"
 
 namespace quellor {
 namespace {
 
 using testing::Optional;
-
-const ColorEngine* engine() {
-  static const ColorEngine* const loaded = ModuleLoader(QUELLOR_MODULES).open<ColorEngine>("color", kColorEngineEntry);
-  EXPECT_NE(loaded, nullptr);
-  return loaded;
-}
 
 Cicp codePoints(std::uint16_t primaries, std::uint16_t transfer, std::uint16_t matrix = 6) {
   return {primaries, transfer, matrix, true};
@@ -80,7 +74,7 @@ TEST(ColorSpaceOfAnImage, IsNamedByItsCodePoints) {
   for (const CodePointCase& expected : kCodePoints) {
     for (const std::uint16_t matrix : std::to_array<std::uint16_t>({0, 1, 2, 6, 9})) {
       const Cicp cicp = codePoints(expected.primaries, expected.transfer, matrix);
-      const ImageColor color = colorSpaceOf(engine(), ColorModel::rgb, std::nullopt, cicp);
+      const ImageColor color = colorSpaceOf(ColorModel::rgb, std::nullopt, cicp);
       EXPECT_THAT(color.space.name(), Optional(expected.name)) << expected.primaries << '/' << expected.transfer;
       EXPECT_EQ(color.space.iccData() != nullptr, expected.hasProfile) << expected.name;
       EXPECT_EQ(color.space.model(), ColorModel::rgb);
@@ -91,9 +85,9 @@ TEST(ColorSpaceOfAnImage, IsNamedByItsCodePoints) {
 }
 
 TEST(ColorSpaceOfAnImage, CarriesTheProfileThatIsBuiltForItsName) {
-  const ImageColor color = colorSpaceOf(engine(), ColorModel::rgb, std::nullopt, codePoints(12, 13));
+  const ImageColor color = colorSpaceOf(ColorModel::rgb, std::nullopt, codePoints(12, 13));
   ASSERT_NE(color.space.iccData(), nullptr);
-  EXPECT_EQ(*color.space.iccData(), engine()->build("kCGColorSpaceDisplayP3"));
+  EXPECT_EQ(*color.space.iccData(), buildProfile("kCGColorSpaceDisplayP3"));
 }
 
 struct ModelCase {
@@ -110,7 +104,7 @@ const std::vector<ModelCase> kDefaults{
 
 TEST(ColorSpaceOfAnImage, FollowsTheModelWhereTheFileSaysNothing) {
   for (const ModelCase& expected : kDefaults) {
-    const ImageColor color = colorSpaceOf(engine(), expected.model, std::nullopt, std::nullopt);
+    const ImageColor color = colorSpaceOf(expected.model, std::nullopt, std::nullopt);
     EXPECT_THAT(color.space.name(), Optional(expected.name));
     EXPECT_EQ(color.space.model(), expected.model);
     EXPECT_EQ(color.space.iccData() != nullptr, expected.hasProfile) << expected.name;
@@ -121,9 +115,9 @@ TEST(ColorSpaceOfAnImage, FollowsTheModelWhereTheFileSaysNothing) {
 TEST(ColorSpaceOfAnImage, OfGreyOrCmykDoesNotDependOnCodePoints) {
   for (const CodePointCase& points : kCodePoints) {
     const Cicp cicp = codePoints(points.primaries, points.transfer);
-    EXPECT_THAT(colorSpaceOf(engine(), ColorModel::grey, std::nullopt, cicp).space.name(),
+    EXPECT_THAT(colorSpaceOf(ColorModel::grey, std::nullopt, cicp).space.name(),
                 Optional(std::string("kCGColorSpaceGenericGrayGamma2_2")));
-    EXPECT_THAT(colorSpaceOf(engine(), ColorModel::cmyk, std::nullopt, cicp).space.name(),
+    EXPECT_THAT(colorSpaceOf(ColorModel::cmyk, std::nullopt, cicp).space.name(),
                 Optional(std::string("kCGColorSpaceGenericCMYK")));
   }
 }
@@ -136,7 +130,7 @@ TEST(ColorSpaceOfAnImage, IsTheEmbeddedProfileByteForByteBeforeAnythingElse) {
   for (const auto& [model, signature] :
        {Case{ColorModel::rgb, "RGB "}, Case{ColorModel::grey, "GRAY"}, Case{ColorModel::cmyk, "CMYK"}}) {
     const Bytes profile = customProfile(signature, "House profile");
-    const ImageColor color = colorSpaceOf(engine(), model, profile, codePoints(9, 16));
+    const ImageColor color = colorSpaceOf(model, profile, codePoints(9, 16));
     EXPECT_THAT(color.space.name(), Optional(std::string("House profile"))) << signature;
     EXPECT_EQ(color.profileName, color.space.name());
     EXPECT_TRUE(color.space.embedded());
@@ -149,14 +143,14 @@ TEST(ColorSpaceOfAnImage, IsTheEmbeddedProfileByteForByteBeforeAnythingElse) {
 TEST(ColorSpaceOfAnImage, KeepsBytesBehindTheEmbeddedProfile) {
   Bytes profile = customProfile("RGB ", "House profile");
   profile.resize(profile.size() + 3);
-  const ImageColor color = colorSpaceOf(engine(), ColorModel::rgb, profile, std::nullopt);
+  const ImageColor color = colorSpaceOf(ColorModel::rgb, profile, std::nullopt);
   ASSERT_NE(color.space.iccData(), nullptr);
   EXPECT_EQ(*color.space.iccData(), profile);
 }
 
 TEST(ColorSpaceOfAnImage, HasTheKnownNameAndTheProfilesOwnDescription) {
-  const std::optional<Bytes> profile = engine()->build("kCGColorSpaceAdobeRGB1998");
-  const ImageColor color = colorSpaceOf(engine(), ColorModel::rgb, profile, std::nullopt);
+  const std::optional<Bytes> profile = buildProfile("kCGColorSpaceAdobeRGB1998");
+  const ImageColor color = colorSpaceOf(ColorModel::rgb, profile, std::nullopt);
   EXPECT_THAT(color.space.name(), Optional(std::string("kCGColorSpaceAdobeRGB1998")));
   EXPECT_THAT(color.profileName, Optional(std::string("Adobe RGB (1998)")));
   EXPECT_TRUE(color.space.embedded());
@@ -164,7 +158,7 @@ TEST(ColorSpaceOfAnImage, HasTheKnownNameAndTheProfilesOwnDescription) {
 
 TEST(ColorSpaceOfAnImage, HasNoNameWhereTheEmbeddedProfileHasNone) {
   const Bytes profile = customProfile("RGB ", std::nullopt);
-  const ImageColor color = colorSpaceOf(engine(), ColorModel::rgb, profile, codePoints(1, 13));
+  const ImageColor color = colorSpaceOf(ColorModel::rgb, profile, codePoints(1, 13));
   EXPECT_EQ(color.space.name(), std::nullopt);
   EXPECT_EQ(color.profileName, std::nullopt);
   EXPECT_TRUE(color.space.embedded());
@@ -176,32 +170,13 @@ TEST(ColorSpaceOfAnImage, IgnoresAProfileThatIsUnusableOrOfAnotherModel) {
   const std::vector<Bytes> ignored{
       {}, Bytes(1), Bytes(4096), cut, customProfile("GRAY", "Grey profile"), customProfile("CMYK", "Ink profile")};
   for (const Bytes& profile : ignored) {
-    const ImageColor color = colorSpaceOf(engine(), ColorModel::rgb, profile, codePoints(12, 13));
+    const ImageColor color = colorSpaceOf(ColorModel::rgb, profile, codePoints(12, 13));
     EXPECT_THAT(color.space.name(), Optional(std::string("kCGColorSpaceDisplayP3"))) << profile.size();
     EXPECT_FALSE(color.space.embedded());
     EXPECT_EQ(color.profileName, std::nullopt);
   }
-  EXPECT_THAT(colorSpaceOf(engine(), ColorModel::grey, customProfile("RGB ", "Colour"), std::nullopt).space.name(),
+  EXPECT_THAT(colorSpaceOf(ColorModel::grey, customProfile("RGB ", "Colour"), std::nullopt).space.name(),
               Optional(std::string("kCGColorSpaceGenericGrayGamma2_2")));
-}
-
-TEST(ColorSpaceWithoutTheColourModule, KeepsAnEmbeddedProfileUnread) {
-  const Bytes profile = customProfile("RGB ", "House profile");
-  const ImageColor color = colorSpaceOf(nullptr, ColorModel::rgb, profile, codePoints(1, 13));
-  EXPECT_EQ(color.space.name(), std::nullopt);
-  EXPECT_EQ(color.profileName, std::nullopt);
-  EXPECT_TRUE(color.space.embedded());
-  ASSERT_NE(color.space.iccData(), nullptr);
-  EXPECT_EQ(*color.space.iccData(), profile);
-}
-
-TEST(ColorSpaceWithoutTheColourModule, HasNamesButBuildsNoProfile) {
-  for (const std::optional<Bytes>& profile : {std::optional<Bytes>(), std::optional<Bytes>(Bytes())}) {
-    const ImageColor color = colorSpaceOf(nullptr, ColorModel::rgb, profile, codePoints(12, 13));
-    EXPECT_THAT(color.space.name(), Optional(std::string("kCGColorSpaceDisplayP3")));
-    EXPECT_EQ(color.space.iccData(), nullptr);
-    EXPECT_FALSE(color.space.embedded());
-  }
 }
 
 }  // namespace

@@ -344,9 +344,9 @@ class ForgetfulServices final : public ImageServices {
   [[nodiscard]] std::unique_ptr<ImageDestination> createDestination(const std::string& path) const override {
     return platform_.images.createDestination(path);
   }
-  [[nodiscard]] std::optional<BitmapContext> createBitmapContext(std::int64_t, std::int64_t, const ColorSpace&,
-                                                                 std::span<std::uint8_t>) const override {
-    return std::nullopt;
+  [[nodiscard]] std::unique_ptr<BitmapContext> createBitmapContext(std::int64_t, std::int64_t, const ColorSpace&,
+                                                                   std::span<std::uint8_t>) const override {
+    return nullptr;
   }
 
  private:

@@ -170,7 +170,7 @@ class RemovalTest : public testing::Test {
     return true;
   }
 
-  SystemImageServices images_{ModuleLoader{QUELLOR_MODULES}};
+  SystemImageServices images_;
   test_support::TemporaryDirectory folder_;
   std::size_t written_ = 0;
 };

@@ -84,12 +84,9 @@ TEST(NormalizeToRGBA8StoragePixels, TurnsAFourthByteOf0Into255AndLeavesEveryOthe
               ElementsAre(10, 20, 30, 255, 11, 21, 31, 1, 12, 22, 32, 2, 13, 23, 33, 3));
 }
 
-bool drawNothing(const Raster&, std::span<std::uint8_t>) noexcept { return true; }
-
 TEST(NormalizeToRGBA8StoragePixels, StartsFromABlackImage) {
-  constexpr PixelEngine engine{drawNothing, nullptr};
   FakePlatform platform;
-  platform.images.engine = &engine;
+  platform.images.drawing = [](const Raster&, std::span<std::uint8_t>) { return true; };
   EXPECT_THAT(pixelsOf(platform, imageOf(1, 2)), ElementsAre(0, 0, 0, 255, 0, 0, 0, 255));
 }
 
@@ -133,8 +130,9 @@ TEST(NormalizeToRGBA8StoragePixels, RaisesCode3WithoutAColorSpaceWhateverTheDime
 
 TEST(NormalizeToRGBA8StoragePixels, RaisesCode4ForADimensionBelow1) {
   const FakePlatform platform;
-  for (const auto& [width, height] : {std::pair(0u, 1u), std::pair(1u, 0u), std::pair(0u, 0u)})
+  for (const auto& [width, height] : {std::pair(0u, 1u), std::pair(1u, 0u), std::pair(0u, 0u)}) {
     EXPECT_EQ(raisedByNormalizing(platform, imageOf(width, height)), "heic 4 invalid_dimensions invalid_dimensions");
+  }
   EXPECT_THAT(platform.calls, IsEmpty());
 }
 
@@ -153,7 +151,7 @@ TEST(NormalizeToRGBA8StoragePixels, RaisesCode5WhereNothingCanBeDrawn) {
   Image grey = imageOf(2, 2);
   grey.raster.model = SampleModel::grey;
   EXPECT_EQ(raisedByNormalizing(platform, grey), "heic 5 rgba_draw_failed rgba_draw_failed");
-  platform.images.engine = nullptr;
+  platform.images.drawing = nullptr;
   EXPECT_EQ(raisedByNormalizing(platform, imageOf(2, 2)), "heic 5 rgba_draw_failed rgba_draw_failed");
 }
 

@@ -2,7 +2,7 @@
 #include <optional>
 #include <string_view>
 
-#include "tests/platform/icc_bytes.h"
+#include "tests/platform/color/icc_bytes.h"
 #include "tests/support/jpeg_segments.h"
 
 namespace quellor::test_support {

@@ -6,21 +6,21 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/values/image_facts.h"
-#include "platform/module.h"
+#include "platform/formats/image_format.h"
 
 namespace quellor::test_support {
 
-/// The codec of a built module, or null when the module does not load.
-inline const Codec* openCodec(std::string_view format) {
-  return ModuleLoader(QUELLOR_MODULES).open<Codec>(format, kCodecEntry);
-}
-
-/// The same for tests that make no sense without it: raises std::runtime_error.
-inline const Codec& requiredCodec(std::string_view format) {
-  const Codec* const codec = openCodec(format);
-  if (codec == nullptr) throw std::runtime_error("the module cannot be opened: " + std::string(format));
-  return *codec;
+/// The format of that name: "HEIF", "JPEG" and so on.
+inline const ImageFormat& imageFormat(std::string_view name) {
+  using namespace std::string_view_literals;
+  for (const std::string_view head :
+       {"\0\0\0\x10"
+        "ftypheic\0\0\0\0"sv,
+        "\xff\xd8\xff"sv, "\x89PNG\r\n\x1a\n"sv, "II*\0"sv, "RIFF\0\0\0\0WEBP"sv, "GIF89a"sv}) {
+    const ImageFormat* const format = formatOf({reinterpret_cast<const std::uint8_t*>(head.data()), head.size()});
+    if (format != nullptr && format->name == name) return *format;
+  }
+  throw std::invalid_argument("no such format: " + std::string(name));
 }
 
 inline int sampleAt(const Component& component, int bitsPerComponent, std::uint32_t x, std::uint32_t y) {
@@ -35,9 +35,7 @@ inline int sampleAt(const Component& component, int bitsPerComponent, std::uint3
 inline std::vector<int> samplesOf(const Component& component, int bitsPerComponent) {
   std::vector<int> samples;
   for (std::uint32_t y = 0; y < component.height; ++y) {
-    for (std::uint32_t x = 0; x < component.width; ++x) {
-      samples.push_back(sampleAt(component, bitsPerComponent, x, y));
-    }
+    for (std::uint32_t x = 0; x < component.width; ++x) samples.push_back(sampleAt(component, bitsPerComponent, x, y));
   }
   return samples;
 }

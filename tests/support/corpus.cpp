@@ -25,16 +25,16 @@ std::optional<long> numberUnlessDash(const std::string& column) {
 }
 
 void readFacts(std::istringstream& columns, CorpusRow& row) {
-  std::string orientation, iccBytes, sha256, auxiliary, colour;
+  std::string orientation, iccBytes, sha256, auxiliary, color;
   columns >> row.width >> row.height >> row.bitDepth >> orientation >> row.imageCount >> iccBytes >> sha256 >>
       auxiliary >> std::ws;
-  std::getline(columns, colour);
+  std::getline(columns, color);
   if (!columns) throw std::runtime_error("not a row of the corpus table: " + columns.str());
   row.orientation = numberUnlessDash(orientation);
   row.iccBytes = numberUnlessDash(iccBytes);
   row.iccSha256 = unlessDash(sha256);
   if (auxiliary != "-") row.auxiliaryTypes = split(auxiliary, ',');
-  if (colour != "*") row.colorSpaceName = colour;
+  if (color != "*") row.colorSpaceName = color;
 }
 
 }  // namespace

@@ -47,8 +47,9 @@ class DestinationTest : public ::testing::TestWithParam<const char*> {
   static void expectUnfinished(const nlohmann::json& answer, const std::filesystem::path& output,
                                const std::string& reason) {
     if (isExport()) return expectRefused(answer, "internal_error", cannotSave(output, reason));
-    if (operation() != kRewriteFromSource)
+    if (operation() != kRewriteFromSource) {
       return expectRefused(answer, "destination_finalize_failed", "CGImageDestinationFinalize failed");
+    }
     expectRefused(answer, "destination_add_from_source_failed",
                   "ImageIO could not add the HEIC source image to the destination.");
   }
@@ -71,12 +72,13 @@ class DestinationTest : public ::testing::TestWithParam<const char*> {
   void expectRefusedAsExisting(const std::filesystem::path& output) const {
     const auto before = snapshotOf(folder());
     const nlohmann::json answer = write(output);
-    if (isExport())
+    if (isExport()) {
       expectRefused(answer, "invalid_request", "raw output path already exists");
-    else if (operation() == kEncodeCandidate)
+    } else if (operation() == kEncodeCandidate) {
       expectRefused(answer, "invalid_request", "output path already exists");
-    else
+    } else {
       expectRefused(answer, "atomic_replace_failed", "output path already exists");
+    }
     EXPECT_EQ(snapshotOf(folder()), before);
   }
 

@@ -9,7 +9,6 @@
 #include <utility>
 #include <vector>
 
-#include "platform/pixels/pixel_engine.h"
 #include "platform/platform.h"
 
 /// A platform made of values: what it answers is set by the test, what it was asked is kept in order.
@@ -181,7 +180,7 @@ class FakeImageDestination final : public ImageDestination {
 
 /// Draws the colour (10 + i, 20 + i, 30 + i) into pixel i, whatever the image, and i as the fourth byte, so that the
 /// first one stays 0. Refuses grey and CMYK.
-inline bool drawNumberedPixels(const Raster& raster, std::span<std::uint8_t> pixels) noexcept {
+inline bool drawNumberedPixels(const Raster& raster, std::span<std::uint8_t> pixels) {
   if (raster.model == SampleModel::grey || raster.model == SampleModel::cmyk) return false;
   for (std::size_t i = 0; i < pixels.size() / 4; ++i) {
     for (std::size_t byte = 0; byte < 3; ++byte) pixels[4 * i + byte] = static_cast<std::uint8_t>(10 + 10 * byte + i);
@@ -190,7 +189,18 @@ inline bool drawNumberedPixels(const Raster& raster, std::span<std::uint8_t> pix
   return true;
 }
 
-inline constexpr PixelEngine numberingEngine{drawNumberedPixels, nullptr};
+using Drawing = std::function<bool(const Raster&, std::span<std::uint8_t>)>;
+
+class FakeBitmapContext final : public BitmapContext {
+ public:
+  FakeBitmapContext(std::span<std::uint8_t> pixels, const Drawing& drawing) : pixels_(pixels), drawing_(drawing) {}
+
+  [[nodiscard]] bool draw(const Image& image) const override { return drawing_(image.raster, pixels_); }
+
+ private:
+  std::span<std::uint8_t> pixels_;
+  const Drawing& drawing_;
+};
 
 class FakeImageServices final : public ImageServices {
  public:
@@ -209,18 +219,19 @@ class FakeImageServices final : public ImageServices {
     writings.push_back(std::make_unique<FakeWriting>(FakeWriting{path, {}, {}, {}}));
     return std::make_unique<FakeImageDestination>(*writings.back(), destinations, files_, images, calls_);
   }
-  [[nodiscard]] std::optional<BitmapContext> createBitmapContext(std::int64_t width, std::int64_t height,
-                                                                 const ColorSpace& space,
-                                                                 std::span<std::uint8_t> pixels) const override {
+  [[nodiscard]] std::unique_ptr<BitmapContext> createBitmapContext(std::int64_t width, std::int64_t height,
+                                                                   const ColorSpace& space,
+                                                                   std::span<std::uint8_t> pixels) const override {
     calls_.push_back("context " + std::to_string(width) + "x" + std::to_string(height));
-    return BitmapContext::create(engine, width, height, space, pixels);
+    const bool drawable = drawing && componentCount(space.model()) == 3;
+    return drawable ? std::make_unique<FakeBitmapContext>(pixels, drawing) : nullptr;
   }
 
   mutable std::map<std::string, FakeImage> images;
   mutable std::map<std::string, int> opensLeft;  // by path: so many times a source, then none
   mutable std::vector<std::unique_ptr<FakeWriting>> writings;
   FakeDestinations destinations;
-  const PixelEngine* engine = &numberingEngine;
+  Drawing drawing = drawNumberedPixels;       // without one no context can be created
   std::optional<std::runtime_error> failure;  // raised by every openSource()
 
  private:

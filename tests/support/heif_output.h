@@ -51,8 +51,9 @@ inline std::vector<ItemProperty> propertiesOf(const heif::Container& container, 
 /// The types of an item's properties in their order, an essential one with an exclamation mark.
 inline std::vector<std::string> propertyTypesOf(const heif::Container& container, const heif::Item& item) {
   std::vector<std::string> types;
-  for (const ItemProperty& property : propertiesOf(container, item))
+  for (const ItemProperty& property : propertiesOf(container, item)) {
     types.push_back(property.type + (property.essential ? "!" : ""));
+  }
   return types;
 }
 

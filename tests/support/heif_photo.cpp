@@ -4,7 +4,7 @@
 #include <utility>
 
 #include "platform/heif/container_reader.h"
-#include "tests/platform/icc_bytes.h"
+#include "tests/platform/color/icc_bytes.h"
 #include "tests/support/byte_texts.h"
 #include "tests/support/heif_output.h"
 #include "tests/support/png_fixture.h"

@@ -33,7 +33,7 @@ std::vector<std::pair<const char*, std::string>> optionsFor(const Raster& raster
           {"pools", "none"},
           {"frame-threads", "1"},
           {"range", raster.coding.fullRange ? "full" : "limited"},
-          {"colorprim", std::to_string(raster.coding.colourPrimaries)},
+          {"colorprim", std::to_string(raster.coding.colorPrimaries)},
           {"transfer", std::to_string(raster.coding.transferCharacteristics)},
           {"colormatrix", std::to_string(raster.coding.matrixCoefficients)}};
 }

@@ -1,6 +1,6 @@
 #pragma once
-#include "platform/values/bytes.h"
 #include "platform/image.h"
+#include "platform/values/bytes.h"
 
 namespace quellor::test_support {
 

@@ -1,33 +1,26 @@
 #pragma once
 #include <optional>
-#include <stdexcept>
 #include <string>
-#include <string_view>
 
-#include "platform/metadata/metadata_properties.h"
-#include "platform/metadata/xmp_engine.h"
-#include "platform/module.h"
+#include "platform/image_properties.h"
 
 namespace quellor::test_support {
 
-inline const XmpEngine& xmpEngine() {
-  const auto* const xmp = ModuleLoader{QUELLOR_MODULES}.open<XmpEngine>("xmp", kXmpEngineEntry);
-  if (xmp == nullptr) throw std::runtime_error("the XMP module is not there");
-  return *xmp;
+/// The keys that an image's properties have for these blocks, apart from those of the image itself.
+inline PropertyDictionary propertiesOf(const MetadataBlocks& blocks) {
+  ImageFacts facts;
+  facts.metadata = blocks;
+  PropertyDictionary properties = imageProperties(facts, std::nullopt);
+  for (const auto key :
+       {property_key::kColorModel, property_key::kDepth, property_key::kPixelWidth, property_key::kPixelHeight,
+        property_key::kOrientation, property_key::kDpiWidth, property_key::kDpiHeight}) {
+    properties.remove(key);
+  }
+  return properties;
 }
 
 inline PropertyDictionary exifProperties(ByteView exif) {
-  PropertyDictionary properties;
-  addExifProperties(exif, properties);
-  return properties;
-}
-
-inline PropertyDictionary propertiesOf(const MetadataBlocks& blocks) {
-  PropertyDictionary properties;
-  if (blocks.exif) addExifProperties(*blocks.exif, properties);
-  if (blocks.iptc) addIptcProperties(*blocks.iptc, properties);
-  if (blocks.xmp) addPacketProperties(*blocks.xmp, xmpEngine(), properties);
-  return properties;
+  return propertiesOf({Bytes(exif.begin(), exif.end()), std::nullopt, std::nullopt});
 }
 
 /// The keys at the top level and, as "{group}/key", those inside of its dictionaries; separated by spaces.

@@ -69,16 +69,18 @@ Raster makeRaster(const RasterPlan& plan, const SampleFunction& sample) {
       for (std::uint32_t x = 0; x < component.width; ++x) {
         const auto value = static_cast<std::uint16_t>(sample(i, x, y));
         std::uint8_t* const to = first + y * component.strideBytes + x * step;
-        if (sampleBytes == 1)
+        if (sampleBytes == 1) {
           *to = static_cast<std::uint8_t>(value);
-        else
+        } else {
           std::memcpy(to, &value, sizeof value);
+        }
       }
     }
-    if (plan.alpha && i == count - 1)
+    if (plan.alpha && i == count - 1) {
       raster.alpha = component;
-    else
+    } else {
       raster.components.push_back(component);
+    }
   }
   raster.owner = owner;
   return raster;
@@ -93,20 +95,20 @@ SampleFunction noise(int bits) {
   };
 }
 
-Colour differencesOfRgb(const Colour& rgb, std::uint16_t matrix) {
+Color differencesOfRgb(const Color& rgb, std::uint16_t matrix) {
   const auto [red, blue] = coefficientsOf(matrix);
   const double luma = red * rgb[0] + (1 - red - blue) * rgb[1] + blue * rgb[2];
   return {luma, 0.5 * (rgb[2] - luma) / (1 - blue), 0.5 * (rgb[0] - luma) / (1 - red)};
 }
 
-Colour rgbOfDifferences(const Colour& coded, std::uint16_t matrix) {
+Color rgbOfDifferences(const Color& coded, std::uint16_t matrix) {
   const auto [red, blue] = coefficientsOf(matrix);
   const double r = coded[0] + 2 * (1 - red) * coded[2];
   const double b = coded[0] + 2 * (1 - blue) * coded[1];
   return {r, (coded[0] - red * r - blue * b) / (1 - red - blue), b};
 }
 
-Colour normalised(const Colour& samples, int bits, bool fullRange) {
+Color normalised(const Color& samples, int bits, bool fullRange) {
   const double unit = 1 << (bits - 8);
   const double lumaSpan = fullRange ? (1 << bits) - 1 : 219 * unit;
   const double differenceSpan = fullRange ? (1 << bits) - 1 : 224 * unit;
@@ -115,7 +117,7 @@ Colour normalised(const Colour& samples, int bits, bool fullRange) {
           (samples[2] - 128 * unit) / differenceSpan};
 }
 
-Colour quantised(const Colour& coded, int bits, bool fullRange) {
+Color quantised(const Color& coded, int bits, bool fullRange) {
   const double unit = 1 << (bits - 8);
   const double lumaSpan = fullRange ? (1 << bits) - 1 : 219 * unit;
   const double differenceSpan = fullRange ? (1 << bits) - 1 : 224 * unit;

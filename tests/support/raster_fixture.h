@@ -32,14 +32,14 @@ Raster makeRaster(const RasterPlan& plan, const SampleFunction& sample);
 SampleFunction noise(int bits);
 
 /// Normalised colour: red, green, blue from 0 to 1, or luma from 0 to 1 and colour differences from -0.5 to 0.5.
-using Colour = std::array<double, 3>;
+using Color = std::array<double, 3>;
 
 /// The equations of ITU-T H.273, 8.3, for the matrices with the luma coefficients KR and KB (table 4).
-Colour differencesOfRgb(const Colour& rgb, std::uint16_t matrix);
-Colour rgbOfDifferences(const Colour& coded, std::uint16_t matrix);
+Color differencesOfRgb(const Color& rgb, std::uint16_t matrix);
+Color rgbOfDifferences(const Color& coded, std::uint16_t matrix);
 
 /// The same clause's equations between normalised colour and sample values, not rounded.
-Colour normalised(const Colour& samples, int bits, bool fullRange);
-Colour quantised(const Colour& coded, int bits, bool fullRange);
+Color normalised(const Color& samples, int bits, bool fullRange);
+Color quantised(const Color& coded, int bits, bool fullRange);
 
 }  // namespace quellor::test_support

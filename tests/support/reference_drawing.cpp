@@ -37,18 +37,18 @@ std::uint32_t factorBetween(std::uint32_t whole, std::uint32_t part) {
   return std::bit_ceil((whole + part - 1) / part);
 }
 
-Colour rgbOf(const Raster& raster, const Colour& samples) {
+Color rgbOf(const Raster& raster, const Color& samples) {
   const int bits = raster.bitsPerComponent;
   const double greatest = (1 << bits) - 1;
   if (raster.model == SampleModel::rgb) return {samples[0] / greatest, samples[1] / greatest, samples[2] / greatest};
   const std::uint16_t matrix = raster.coding.matrixCoefficients;
   if (matrix != 0) {
-    const Colour coded = normalised(samples, bits, raster.coding.fullRange);
+    const Color coded = normalised(samples, bits, raster.coding.fullRange);
     return rgbOfDifferences(coded, matrix == 2 ? std::uint16_t{6} : matrix);
   }
   // H.273, 8.3: green, blue, red, all with the range of luma.
   const double unit = 1 << (bits - 8);
-  Colour rgb{samples[2], samples[0], samples[1]};
+  Color rgb{samples[2], samples[0], samples[1]};
   for (double& value : rgb) value = raster.coding.fullRange ? value / greatest : (value - 16 * unit) / (219 * unit);
   return rgb;
 }
@@ -71,14 +71,14 @@ double interpolatedDifference(const Raster& raster, std::size_t component, std::
          v * ((1 - u) * sample(left, bottom) + u * sample(right, bottom));
 }
 
-Colour referenceColour(const Raster& raster, std::uint32_t x, std::uint32_t y) {
+Color referenceColor(const Raster& raster, std::uint32_t x, std::uint32_t y) {
   const int bits = raster.bitsPerComponent;
-  Colour samples{};
+  Color samples{};
   for (std::size_t i = 0; i < 3; ++i) {
     const bool whole = i == 0 || raster.model == SampleModel::rgb;
     samples[i] = whole ? sampleAt(raster.components[i], bits, x, y) : interpolatedDifference(raster, i, x, y);
   }
-  Colour rgb = rgbOf(raster, samples);
+  Color rgb = rgbOf(raster, samples);
   const bool composites = raster.alpha && !raster.premultiplied;
   const double alpha = composites ? sampleAt(*raster.alpha, bits, x, y) / double((1 << bits) - 1) : 1.0;
   for (double& value : rgb) value = std::clamp(value, 0.0, 1.0) * alpha;

@@ -15,6 +15,6 @@ double interpolatedDifference(const Raster& raster, std::size_t component, std::
 /// Red, green and blue of a pixel, not rounded: from 0 to 1, composited over black where alpha is not multiplied in
 /// already. `raster` is rgb or ycbcr with one of the matrices of rgbOfDifferences(), 0 (without subsampling) or 2 (as
 /// 6).
-Colour referenceColour(const Raster& raster, std::uint32_t x, std::uint32_t y);
+Color referenceColor(const Raster& raster, std::uint32_t x, std::uint32_t y);
 
 }  // namespace quellor::test_support

@@ -52,8 +52,8 @@ inline std::string shownPixels(const std::filesystem::path& file, std::uint32_t 
 }
 
 struct PictureDifferences {
-  int alpha = 0;      // the largest
-  double colour = 0;  // the mean, where the picture is more opaque than not
+  int alpha = 0;     // the largest
+  double color = 0;  // the mean, where the picture is more opaque than not
 };
 
 /// How far pixels, red, green, blue and alpha row after row, are from a picture.
@@ -69,7 +69,7 @@ inline PictureDifferences differencesFrom(Picture picture, const std::string& pi
     if (expected[3] < 128) continue;
     for (std::size_t c = 0; c < 3; ++c, ++samples) sum += std::abs(actual(c) - expected[c]);
   }
-  differences.colour = samples == 0 ? 0 : sum / samples;
+  differences.color = samples == 0 ? 0 : sum / samples;
   return differences;
 }
 

@@ -32,9 +32,7 @@ inline std::string tinyTiff(std::optional<int> orientation = std::nullopt) {
       {277, kShort, 1, 3},      {278, kShort, 1, kHeight}, {279, kLong, 1, kPixelBytes},
       {284, kShort, 1, 1},
   };
-  if (orientation) {
-    entries.insert(entries.begin() + 6, {274, kShort, 1, static_cast<std::uint32_t>(*orientation)});
-  }
+  if (orientation) entries.insert(entries.begin() + 6, {274, kShort, 1, static_cast<std::uint32_t>(*orientation)});
 
   file += "II";
   put(42, 2);
