@@ -143,12 +143,12 @@ std::optional<heif::ImageSize> declaredAv1Size(const heif::Container& container,
   return heif::ImageSize{static_cast<std::uint32_t>(header.max_width), static_cast<std::uint32_t>(header.max_height)};
 }
 
-std::optional<Raster> decodeAv1Item(const heif::Container& container, const heif::Item& item, unsigned threads) {
+Outcome<Raster> decodeAv1Item(const heif::Container& container, const heif::Item& item, unsigned threads) {
   const auto units = unitsOf(container, item);
   const Context context = units && !units->empty() ? openDecoder(container, item, threads) : nullptr;
-  if (!context) return std::nullopt;
+  if (!context) return Refusal{"the units of an AV1 item are missing"};
   const auto picture = decodeOne(context.get(), *units);
-  if (!picture || (**picture).stride[0] <= 0) return std::nullopt;
+  if (!picture || (**picture).stride[0] <= 0) return Refusal{"an AV1 item is damaged"};
   return rasterOf(picture);
 }
 

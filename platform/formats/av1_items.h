@@ -3,6 +3,7 @@
 
 #include "platform/heif/container.h"
 #include "platform/heif/item_properties.h"
+#include "platform/values/outcome.h"
 #include "platform/values/raster.h"
 
 namespace quellor::formats {
@@ -14,6 +15,6 @@ std::optional<heif::ImageSize> declaredAv1Size(const heif::Container& container,
 /// The samples of an item coded with AV1, as they are coded. Absent when the decoder finds any error, when there is not
 /// exactly one picture, and when it is larger than the item declares. Throws std::bad_alloc. May be called on several
 /// threads; `threads` is how many this call may use.
-std::optional<Raster> decodeAv1Item(const heif::Container& container, const heif::Item& item, unsigned threads);
+Outcome<Raster> decodeAv1Item(const heif::Container& container, const heif::Item& item, unsigned threads);
 
 }  // namespace quellor::formats

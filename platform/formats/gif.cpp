@@ -88,13 +88,15 @@ std::vector<Pass> passesOf(const gif::Frame& frame) {
 
 }  // namespace
 
-std::optional<Raster> formats::decodeGif(ByteView file) {
+Outcome<Raster> formats::decodeGif(ByteView file) {
   const auto records = gif::readRecords(file);
-  if (!records || std::uint64_t{records->width} * records->height > kMaximumPixels) return std::nullopt;
+  if (!records || std::uint64_t{records->width} * records->height > kMaximumPixels)
+    return Refusal{"the records of the file are broken"};
   const gif::Frame& frame = records->firstFrame;
   ByteView rest = file;
   const Gif gif = openAtFirstFrame(rest);
-  if (gif == nullptr || gif->Image.Width != frame.width || gif->Image.Height != frame.height) return std::nullopt;
+  if (gif == nullptr || gif->Image.Width != frame.width || gif->Image.Height != frame.height)
+    return Refusal{"its image data does not begin where it should"};
 
   const std::size_t pixelBytes = hasAlpha(*records) ? 4 : 3;
   const std::size_t stride = records->width * pixelBytes;
@@ -104,9 +106,10 @@ std::optional<Raster> formats::decodeGif(ByteView file) {
   std::vector<GifPixelType> indexes(frame.width);
   for (const Pass& pass : passesOf(frame)) {
     for (std::uint32_t row = pass.firstRow; row < frame.height; row += pass.step) {
-      if (DGifGetLine(gif.get(), indexes.data(), frame.width) != GIF_OK) return std::nullopt;
+      if (DGifGetLine(gif.get(), indexes.data(), frame.width) != GIF_OK)
+        return Refusal{"a row of the image does not decode"};
       std::uint8_t* const start = memory.get() + (frame.top + row) * stride + frame.left * pixelBytes;
-      if (!paintRow(frame, indexes, start, pixelBytes)) return std::nullopt;
+      if (!paintRow(frame, indexes, start, pixelBytes)) return Refusal{"a pixel has no color in the color map"};
     }
   }
 
@@ -123,9 +126,10 @@ std::optional<Raster> formats::decodeGif(ByteView file) {
   return raster;
 }
 
-std::optional<ImageFacts> formats::describeGif(ByteView file) {
+Outcome<ImageFacts> formats::describeGif(ByteView file) {
   const auto records = gif::readRecords(file);
-  if (!records || std::uint64_t{records->width} * records->height > kMaximumPixels) return std::nullopt;
+  if (!records || std::uint64_t{records->width} * records->height > kMaximumPixels)
+    return Refusal{"the records of the file are broken"};
   ImageFacts facts;
   facts.imageCount = records->frameCount;
   facts.width = records->width;

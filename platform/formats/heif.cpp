@@ -9,16 +9,16 @@
 
 namespace quellor::formats {
 
-std::optional<ImageFacts> describeHeif(ByteView file) { return heif::factsOf(file); }
+Outcome<ImageFacts> describeHeif(ByteView file) { return heif::factsOf(file); }
 
-std::optional<Raster> decodeHeif(ByteView file) {
+Outcome<Raster> decodeHeif(ByteView file) {
   const auto container = heif::readContainer(file);
-  if (!container) return std::nullopt;
+  if (!container) return container.refusal();
   const heif::Item& primary = *container->find(container->primaryItem);
-  if (!mayBeDecoded(*container, primary)) return std::nullopt;
+  if (const auto refusal = refusalToDecode(*container, primary)) return *refusal;
   const ItemDecoder decoder(*container);
   auto image = decoder.decode(primary, Transformations::cleanApertureOnly, processors());
-  if (!image) return std::nullopt;
+  if (!image) return image.refusal();
   return sitedOnLeft(std::move(*image));
 }
 

@@ -55,18 +55,19 @@ void stretchTo(int bits, Raster& raster, Owners& owners) {
 
 }  // namespace
 
-std::optional<DecodedImage> withAlpha(UntransformedImage master, UntransformedImage alpha,
-                                      const heif::Container& container, Transformations which) {
+Outcome<DecodedImage> withAlpha(UntransformedImage master, UntransformedImage alpha, const heif::Container& container,
+                                Transformations which) {
   const Raster& whole = master.image.raster;
   const bool shared = !isTransformed(container, alpha.item) && whole.width == alpha.image.raster.width &&
                       whole.height == alpha.image.raster.height;
   const heif::Item& alphaTurns = shared ? master.item : alpha.item;
   auto color = transformed(std::move(master.image), container, master.item, which);
   auto opacity = transformed(std::move(alpha.image), container, alphaTurns, which);
-  if (!color || !opacity) return std::nullopt;
+  if (!color) return color.refusal();
+  if (!opacity) return opacity.refusal();
   Raster& raster = color->raster;
   Raster& plane = opacity->raster;
-  if (raster.width != plane.width || raster.height != plane.height) return std::nullopt;
+  if (raster.width != plane.width || raster.height != plane.height) return Refusal{"alpha is of another size"};
 
   plane.components.resize(1);
   Owners owners = {raster.owner, plane.owner};

@@ -3,6 +3,7 @@
 
 #include "platform/formats/transformations.h"
 #include "platform/heif/container.h"
+#include "platform/values/outcome.h"
 
 namespace quellor::formats {
 
@@ -17,7 +18,7 @@ struct UntransformedImage {
 /// depths differ, the samples of the lower one are stretched to the range of the other.
 ///
 /// Absent when the two are not of one size once they are transformed. Throws std::bad_alloc.
-std::optional<DecodedImage> withAlpha(UntransformedImage master, UntransformedImage alpha,
-                                      const heif::Container& container, Transformations which);
+Outcome<DecodedImage> withAlpha(UntransformedImage master, UntransformedImage alpha, const heif::Container& container,
+                                Transformations which);
 
 }  // namespace quellor::formats

@@ -81,40 +81,44 @@ bool coversGrid(const heif::ImageGrid& grid, ImageSize tile) {
 /// The data of a derived item is a few fields for each input.
 constexpr std::size_t kMaximumDerivationBytes = std::size_t{1} << 21;
 
+using MaybeRefusal = std::optional<Refusal>;
+
 class Checks {
  public:
   explicit Checks(const Container& container) : container_(container) {}
 
   /// Also keeps what reading the data will cost.
-  [[nodiscard]] bool hasItsData(const Item& item) {
-    if (item.type == fourCC("iden")) return true;  // most of them have no data of their own
+  [[nodiscard]] MaybeRefusal refusalOfData(const Item& item) {
+    if (item.type == fourCC("iden")) return std::nullopt;  // most of them have no data of their own
     const auto pieces = heif::itemPieces(container_, item);
-    if (!pieces) return false;
+    if (!pieces) return Refusal{"an item lacks its data"};
     pieces_ += pieces->size();
     std::uint64_t& cost = dataCost_[item.id];
     for (const ByteView piece : *pieces) cost = sum(cost, kCostOfAPiece + piece.size());
-    return pieces_ <= kMaximumPieces;
+    return unless(pieces_ <= kMaximumPieces, "items are cut out of too many pieces");
   }
 
-  [[nodiscard]] bool declaresWhatFits(const Item& item) {
+  [[nodiscard]] MaybeRefusal refusalOfDeclarations(const Item& item) {
     const auto size = sizeOf(container_, item);
-    if (!size || !isPossible(*size) || !understandsProperties(container_, item)) return false;
+    if (!size) return Refusal{"an item declares no size"};
+    if (!isPossible(*size)) return Refusal{"an item has no pixel or too many"};
+    if (!understandsProperties(container_, item)) return Refusal{"an essential property is not understood"};
     switch (item.type) {
       case fourCC("grid"):
-        return isGrid(item, *size);
+        return refusalOfGrid(item, *size);
       case fourCC("iovl"):
-        return isOverlay(item, *size);
+        return unless(isOverlay(item, *size), "an overlay and its inputs do not fit each other");
       case fourCC("iden"):
-        return true;
+        return std::nullopt;
       case fourCC("hvc1"):
       case fourCC("hev1"):
-        return isHevc(item, *size);
+        return refusalOfHevc(item, *size);
       case fourCC("av01"):
-        return isWithin(*size, declaredAv1Size(container_, item));
+        return unless(isWithin(*size, declaredAv1Size(container_, item)), "a sequence header is of another size");
       case fourCC("jpeg"):
-        return isOf(declaredJpegSize(container_, item), *size);
+        return unless(isOf(declaredJpegSize(container_, item), *size), "a frame header is of another size");
       default:
-        return false;
+        return Refusal{"an item is of a kind that is not decoded"};
     }
   }
 
@@ -139,6 +143,10 @@ class Checks {
 
   static std::uint64_t sum(std::uint64_t a, std::uint64_t b) { return a > UINT64_MAX - b ? UINT64_MAX : a + b; }
 
+  static MaybeRefusal unless(bool condition, const char* reason) {
+    return condition ? std::nullopt : MaybeRefusal(Refusal{reason});
+  }
+
   static bool isOf(std::optional<ImageSize> coded, ImageSize size) { return coded && isSame(*coded, size); }
 
   /// A frame may be smaller than the greatest of its sequence.
@@ -147,12 +155,12 @@ class Checks {
   }
 
   /// A parameter set that is not understood here may still be decoded: what comes of it is compared then.
-  [[nodiscard]] bool isHevc(const Item& item, ImageSize size) const {
+  [[nodiscard]] MaybeRefusal refusalOfHevc(const Item& item, ImageSize size) const {
     const heif::Property* const property = heif::findProperty(container_, item, fourCC("hvcC"));
-    const auto configuration = property != nullptr ? formats::readHevcConfiguration(property->payload) : std::nullopt;
-    if (!configuration) return false;
-    const auto set = formats::sequenceParameterSetOf(*configuration);
-    return !set || isSame({set->shownWidth, set->shownHeight}, size);
+    const auto configuration = property != nullptr ? readHevcConfiguration(property->payload) : std::nullopt;
+    if (!configuration) return Refusal{"an item lacks the configuration of its decoder"};
+    const auto set = sequenceParameterSetOf(*configuration);
+    return unless(!set || isSame({set->shownWidth, set->shownHeight}, size), "a parameter set is of another size");
   }
 
   [[nodiscard]] std::vector<std::optional<ImageSize>> inputSizes(const Item& item) const {
@@ -163,15 +171,17 @@ class Checks {
     return sizes;
   }
 
-  [[nodiscard]] bool isGrid(const Item& item, ImageSize size) const {
+  [[nodiscard]] MaybeRefusal refusalOfGrid(const Item& item, ImageSize size) const {
     const auto data = heif::itemData(container_, item, kMaximumDerivationBytes);
-    if (!data) return false;
-    const auto grid = heif::readImageGrid(*data);
-    if (!grid) return false;
+    const auto grid = data ? heif::readImageGrid(*data) : std::nullopt;
+    if (!grid) return Refusal{"the description of a grid is broken"};
+    if (!isSame(grid->size, size)) return Refusal{"a grid is of another size than it declares"};
     const auto tiles = inputSizes(item);
-    if (!isSame(grid->size, size) || tiles.size() != std::size_t{grid->columns} * grid->rows) return false;
+    if (tiles.size() != std::size_t{grid->columns} * grid->rows) return Refusal{"a grid lacks a tile"};
     const auto isAsFirst = [&](const auto& tile) { return tile && isSame(*tile, *tiles.front()); };
-    return tiles.front() && coversGrid(*grid, *tiles.front()) && std::all_of(tiles.begin(), tiles.end(), isAsFirst);
+    const bool alike = std::all_of(tiles.begin(), tiles.end(), isAsFirst);
+    if (!tiles.front() || !alike) return Refusal{"tiles of a grid differ in size"};
+    return unless(coversGrid(*grid, *tiles.front()), "the tiles do not cover their grid");
   }
 
   [[nodiscard]] bool isOverlay(const Item& item, ImageSize size) const {
@@ -198,14 +208,16 @@ std::uint64_t reasonableWork(const Container& container, const Item& image) {
 
 }  // namespace
 
-bool mayBeDecoded(const Container& container, const Item& image) {
+std::optional<Refusal> refusalToDecode(const Container& container, const Item& image) {
   const auto items = heif::itemsNeededFor(container, image);
-  if (!items) return false;
+  if (!items) return Refusal{"an item is missing, or items refer to each other too deeply"};
   Checks checks(container);
-  const bool sound = std::all_of(items->begin(), items->end(), [&](const Item* item) {
-    return checks.hasItsData(*item) && checks.declaresWhatFits(*item);
-  });
-  return sound && checks.workOf(image) <= reasonableWork(container, image);
+  for (const Item* item : *items) {
+    if (const auto refusal = checks.refusalOfData(*item)) return refusal;
+    if (const auto refusal = checks.refusalOfDeclarations(*item)) return refusal;
+  }
+  if (checks.workOf(image) > reasonableWork(container, image)) return Refusal{"the work is out of proportion"};
+  return std::nullopt;
 }
 
 }  // namespace quellor::formats

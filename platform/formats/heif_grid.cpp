@@ -43,6 +43,24 @@ TileForm formOf(const DecodedImage& tile) {
   return {layoutOf(raster), raster.width, raster.height, raster.coding, raster.chromaSiting, tile.chromaOnRight};
 }
 
+/// The refusal of whichever tile was the first to be refused.
+class FirstRefusal {
+ public:
+  /// False, for the work that ends with it.
+  bool keep(Refusal refusal) {
+    const std::lock_guard lock(mutex_);
+    if (!refusal_) refusal_ = refusal;
+    return false;
+  }
+
+  /// Once all threads have ended.
+  [[nodiscard]] Refusal kept() const { return *refusal_; }
+
+ private:
+  std::mutex mutex_;
+  std::optional<Refusal> refusal_;
+};
+
 /// The picture that tiles are put into, each on whatever thread decoded it. The first one to come decides what all of
 /// them have to be like.
 class Mosaic {
@@ -106,21 +124,24 @@ class Mosaic {
 
 }  // namespace
 
-std::optional<DecodedImage> decodeGrid(const ItemDecoder& decoder, const heif::Item& item, unsigned threads) {
+Outcome<DecodedImage> decodeGrid(const ItemDecoder& decoder, const heif::Item& item, unsigned threads) {
   const heif::Container& container = decoder.container();
   const auto data = heif::itemData(container, item, kMaximumDataBytes);
   const auto grid = data ? heif::readImageGrid(*data) : std::nullopt;
   const auto tiles = container.referencesFrom(item.id, fourCC("dimg"));
-  if (!grid || tiles.size() != std::size_t{grid->columns} * grid->rows) return std::nullopt;
+  if (!grid || tiles.size() != std::size_t{grid->columns} * grid->rows)
+    return Refusal{"the description of a grid is broken"};
 
   Mosaic mosaic(*grid, hasAlpha(container, item));
   const unsigned workers = std::min<unsigned>(threads, static_cast<unsigned>(tiles.size()));
   const unsigned threadsForATile = std::max(1U, threads / std::max(1U, workers));
+  FirstRefusal refusal;
   const bool whole = forEachIndex(tiles.size(), workers, [&](std::size_t index) {
     const auto tile = decoder.decode(decoder.input(tiles[index]), Transformations::all, threadsForATile);
-    return tile && mosaic.put(*tile, index);
+    if (!tile) return refusal.keep(tile.refusal());
+    return mosaic.put(*tile, index) || refusal.keep({"tiles of a grid do not fit each other"});
   });
-  if (!whole) return std::nullopt;
+  if (!whole) return refusal.kept();
   return mosaic.picture();
 }
 

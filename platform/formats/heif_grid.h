@@ -3,6 +3,7 @@
 
 #include "platform/formats/transformations.h"
 #include "platform/heif/container.h"
+#include "platform/values/outcome.h"
 
 namespace quellor::formats {
 
@@ -13,6 +14,6 @@ class ItemDecoder;
 ///
 /// Absent when a tile is, and when tiles do not fit each other in size, form or coding of their samples, or in what
 /// alpha means. Throws std::bad_alloc.
-std::optional<DecodedImage> decodeGrid(const ItemDecoder& decoder, const heif::Item& item, unsigned threads);
+Outcome<DecodedImage> decodeGrid(const ItemDecoder& decoder, const heif::Item& item, unsigned threads);
 
 }  // namespace quellor::formats

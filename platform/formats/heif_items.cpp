@@ -18,7 +18,7 @@ namespace {
 
 using heif::fourCC;
 
-std::optional<Raster> decodeCoded(const heif::Container& container, const heif::Item& item, unsigned threads) {
+Outcome<Raster> decodeCoded(const heif::Container& container, const heif::Item& item, unsigned threads) {
   switch (item.type) {
     case fourCC("hvc1"):
     case fourCC("hev1"):
@@ -28,7 +28,7 @@ std::optional<Raster> decodeCoded(const heif::Container& container, const heif::
     case fourCC("jpeg"):
       return decodeJpegItem(container, item);
     default:
-      return std::nullopt;
+      return Refusal{"an item is of a kind that is not decoded"};
   }
 }
 
@@ -41,7 +41,7 @@ bool isAsDeclared(const heif::Container& container, const heif::Item& item, cons
 
 }  // namespace
 
-std::optional<DecodedImage> ItemDecoder::samplesOf(const heif::Item& item, unsigned threads) const {
+Outcome<DecodedImage> ItemDecoder::samplesOf(const heif::Item& item, unsigned threads) const {
   switch (item.type) {
     case fourCC("grid"):
       return decodeGrid(*this, item, threads);
@@ -53,25 +53,26 @@ std::optional<DecodedImage> ItemDecoder::samplesOf(const heif::Item& item, unsig
       break;
   }
   auto raster = decodeCoded(container_, item, threads);
-  if (!raster || !isAsDeclared(container_, item, *raster)) return std::nullopt;
+  if (!raster) return raster.refusal();
+  if (!isAsDeclared(container_, item, *raster)) return Refusal{"the samples are not as the file declares them"};
   raster->chromaSiting = chromaSitingOf(container_, item);
   return DecodedImage{std::move(*raster)};
 }
 
-std::optional<DecodedImage> ItemDecoder::identityOf(const heif::Item& item, unsigned threads) const {
+Outcome<DecodedImage> ItemDecoder::identityOf(const heif::Item& item, unsigned threads) const {
   const auto inputs = container_.referencesFrom(item.id, fourCC("dimg"));
-  if (inputs.size() != 1) return std::nullopt;
+  if (inputs.size() != 1) return Refusal{"an identity has not one input"};
   return decode(input(inputs.front()), Transformations::all, threads);
 }
 
-std::optional<DecodedImage> ItemDecoder::decode(const heif::Item& item, Transformations which, unsigned threads) const {
+Outcome<DecodedImage> ItemDecoder::decode(const heif::Item& item, Transformations which, unsigned threads) const {
   auto image = samplesOf(item, threads);
-  if (!image) return std::nullopt;
+  if (!image) return image.refusal();
   if (const auto coding = heif::cicpOf(container_, item)) image->raster.coding = *coding;
   const heif::Item* const alphaItem = heif::alphaImageOf(container_, item.id);
   if (alphaItem == nullptr) return transformed(std::move(*image), container_, item, which);
   auto alpha = samplesOf(*alphaItem, threads);
-  if (!alpha) return std::nullopt;
+  if (!alpha) return alpha.refusal();
   return withAlpha({std::move(*image), item}, {std::move(*alpha), *alphaItem}, container_, which);
 }
 

@@ -1,9 +1,9 @@
 #pragma once
 #include <cstdint>
-#include <optional>
 
 #include "platform/formats/transformations.h"
 #include "platform/heif/container.h"
+#include "platform/values/outcome.h"
 
 namespace quellor::formats {
 
@@ -19,8 +19,7 @@ class ItemDecoder {
   ///
   /// Absent when anything is missing or damaged or does not fit together. Throws std::bad_alloc. Different threads may
   /// decode at the same time.
-  [[nodiscard]] std::optional<DecodedImage> decode(const heif::Item& item, Transformations which,
-                                                   unsigned threads) const;
+  [[nodiscard]] Outcome<DecodedImage> decode(const heif::Item& item, Transformations which, unsigned threads) const;
 
   [[nodiscard]] const heif::Container& container() const { return container_; }
 
@@ -28,8 +27,8 @@ class ItemDecoder {
   [[nodiscard]] const heif::Item& input(heif::ItemId id) const { return *container_.find(id); }
 
  private:
-  [[nodiscard]] std::optional<DecodedImage> samplesOf(const heif::Item& item, unsigned threads) const;
-  [[nodiscard]] std::optional<DecodedImage> identityOf(const heif::Item& item, unsigned threads) const;
+  [[nodiscard]] Outcome<DecodedImage> samplesOf(const heif::Item& item, unsigned threads) const;
+  [[nodiscard]] Outcome<DecodedImage> identityOf(const heif::Item& item, unsigned threads) const;
 
   const heif::Container& container_;
 };

@@ -101,21 +101,21 @@ Planes filledCanvas(const heif::ImageOverlay& overlay, int bits) {
 
 }  // namespace
 
-std::optional<DecodedImage> decodeOverlay(const ItemDecoder& decoder, const heif::Item& item, unsigned threads) {
+Outcome<DecodedImage> decodeOverlay(const ItemDecoder& decoder, const heif::Item& item, unsigned threads) {
   const heif::Container& container = decoder.container();
   const auto inputs = container.referencesFrom(item.id, heif::fourCC("dimg"));
   const auto data = heif::itemData(container, item, kMaximumDataBytes);
   const auto overlay = data ? heif::readImageOverlay(*data, inputs.size()) : std::nullopt;
-  if (!overlay) return std::nullopt;
+  if (!overlay) return Refusal{"the description of an overlay is broken"};
   std::optional<Planes> canvas;
   for (std::size_t i = 0; i < inputs.size(); ++i) {
     auto image = decoder.decode(decoder.input(inputs[i]), Transformations::all, threads);
-    if (!image) return std::nullopt;
+    if (!image) return image.refusal();
     const Raster input = sitedOnLeft(std::move(*image));
     const auto rgb = pixels::rgbPlanes(input);
-    if (!rgb) return std::nullopt;
+    if (!rgb) return Refusal{"an input of an overlay has no known conversion to RGB"};
     if (!canvas) canvas = filledCanvas(*overlay, input.bitsPerComponent);
-    if (canvas->layout().bits != input.bitsPerComponent) return std::nullopt;
+    if (canvas->layout().bits != input.bitsPerComponent) return Refusal{"inputs of an overlay differ in depth"};
     draw(*canvas, *rgb, input, placementOf(input, overlay->offsets[i], overlay->size));
   }
   if (!canvas) canvas = filledCanvas(*overlay, 8);

@@ -3,6 +3,7 @@
 
 #include "platform/formats/transformations.h"
 #include "platform/heif/container.h"
+#include "platform/values/outcome.h"
 
 namespace quellor::formats {
 
@@ -13,6 +14,6 @@ class ItemDecoder;
 ///
 /// Absent when an input is, and when the inputs are of different depths or have no colour that can be drawn. Throws
 /// std::bad_alloc.
-std::optional<DecodedImage> decodeOverlay(const ItemDecoder& decoder, const heif::Item& item, unsigned threads);
+Outcome<DecodedImage> decodeOverlay(const ItemDecoder& decoder, const heif::Item& item, unsigned threads);
 
 }  // namespace quellor::formats

@@ -20,6 +20,7 @@ using heif::fourCC;
 /// Pictures up to this size are decoded and checked on the calling thread.
 constexpr std::uint64_t kSmallPicture = std::uint64_t{1024} * 1024;
 constexpr unsigned kMaximumThreads = 16;  // of libavcodec
+constexpr Refusal kDamaged{"the code of an HEVC picture is damaged"};
 
 /// The parameter sets of the item and the units of its picture.
 std::optional<hevc::NalStream> streamOf(const heif::Container& container, const heif::Item& item) {
@@ -65,26 +66,26 @@ Raster rasterOf(const HevcPicture& picture, std::shared_ptr<const void> owner) {
 
 }  // namespace
 
-std::optional<Raster> decodeHevcItem(const heif::Container& container, const heif::Item& item, unsigned threads) {
+Outcome<Raster> decodeHevcItem(const heif::Container& container, const heif::Item& item, unsigned threads) {
   const HevcDecoder& decoder = hevcDecoder();
   auto stream = streamOf(container, item);
-  if (!stream) return std::nullopt;
+  if (!stream) return Refusal{"the units of an HEVC item cannot be told apart"};
   const ByteView bytes = stream->bytes(decoder.paddingBytes);
   const auto shape = hevc::shapeOf(stream->units());
-  if (shape && !isOfSize(*shape, container, item)) return std::nullopt;
+  if (shape && !isOfSize(*shape, container, item)) return Refusal{"a picture is of another size than declared"};
   const bool large = shape && shape->pixels > kSmallPicture && threads > 1;
 
   // The check runs beside the decoder where there is a processor for it, else it comes first.
   hevc::StrictCheck check(*stream, bytes, large);
-  if (!large && !check.passes()) return std::nullopt;
+  if (!large && !check.passes()) return kDamaged;
   HevcPicture picture;
   const unsigned decoding = large && shape->wavefront ? std::min(threads, kMaximumThreads) : 1;
   if (!decoder.decode(bytes.data(), bytes.size(), {static_cast<int>(decoding), shape.has_value()}, &picture)) {
-    return std::nullopt;
+    return Refusal{"the HEVC decoder reports an error"};
   }
   const std::shared_ptr<const void> owner(picture.frame,
                                           [&decoder](const void* frame) { decoder.release(const_cast<void*>(frame)); });
-  if (large && !check.passes()) return std::nullopt;
+  if (large && !check.passes()) return kDamaged;
   return rasterOf(picture, owner);
 }
 

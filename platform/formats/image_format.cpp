@@ -2,8 +2,11 @@
 
 #include <algorithm>
 #include <array>
+#include <exception>
 #include <new>
 #include <string_view>
+
+#include "platform/formats/hevc_modules.h"
 
 namespace quellor {
 namespace {
@@ -41,13 +44,17 @@ bool isHeif(ByteView head) {
 /// reads metadata would not find any in it.
 bool isTiff(ByteView head) { return startsWith(head, "II*\0"sv) || startsWith(head, "MM\0*"sv); }
 
-/// `function`, with absence where memory runs out.
+/// `function`, with absence where memory runs out or a library raises an error.
 template <auto function>
 auto absentWithoutMemory(ByteView file) -> decltype(function(file)) {
   try {
     return function(file);
+  } catch (const MissingModule&) {
+    throw;
   } catch (const std::bad_alloc&) {
-    return std::nullopt;
+    return Refusal{"memory runs out"};
+  } catch (const std::exception&) {
+    return Refusal{"an unexpected error"};
   }
 }
 

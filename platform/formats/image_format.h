@@ -1,8 +1,7 @@
 #pragma once
-#include <optional>
-
 #include "platform/values/bytes.h"
 #include "platform/values/image_facts.h"
+#include "platform/values/outcome.h"
 #include "platform/values/raster.h"
 
 namespace quellor {
@@ -12,11 +11,11 @@ struct ImageFormat {
   const char* name = nullptr;  // for tests and messages: "HEIF"
 
   /// Absent when the file's structure is broken or memory runs out. `file` is the whole file.
-  std::optional<ImageFacts> (*describe)(ByteView file) = nullptr;
+  Outcome<ImageFacts> (*describe)(ByteView file) = nullptr;
 
   /// The primary image's samples. Absent when any coded sample is missing, damaged or concealed, or when the memory for
   /// it cannot be had. Raises MissingModule.
-  std::optional<Raster> (*decode)(ByteView file) = nullptr;
+  Outcome<Raster> (*decode)(ByteView file) = nullptr;
 };
 
 /// The format that a file with these first bytes claims to be of, or null. A few hundred bytes are enough. The name of
@@ -28,22 +27,22 @@ const ImageFormat* formatOf(ByteView head);
 /// What the formats define, each in its own file: describe() and decode() of ImageFormat, but throwing std::bad_alloc.
 namespace quellor::formats {
 
-std::optional<ImageFacts> describeGif(ByteView file);
-std::optional<Raster> decodeGif(ByteView file);
+Outcome<ImageFacts> describeGif(ByteView file);
+Outcome<Raster> decodeGif(ByteView file);
 
-std::optional<ImageFacts> describeHeif(ByteView file);
-std::optional<Raster> decodeHeif(ByteView file);
+Outcome<ImageFacts> describeHeif(ByteView file);
+Outcome<Raster> decodeHeif(ByteView file);
 
-std::optional<ImageFacts> describeJpeg(ByteView file);
-std::optional<Raster> decodeJpeg(ByteView file);
+Outcome<ImageFacts> describeJpeg(ByteView file);
+Outcome<Raster> decodeJpeg(ByteView file);
 
-std::optional<ImageFacts> describePng(ByteView file);
-std::optional<Raster> decodePng(ByteView file);
+Outcome<ImageFacts> describePng(ByteView file);
+Outcome<Raster> decodePng(ByteView file);
 
-std::optional<ImageFacts> describeTiff(ByteView file);
-std::optional<Raster> decodeTiff(ByteView file);
+Outcome<ImageFacts> describeTiff(ByteView file);
+Outcome<Raster> decodeTiff(ByteView file);
 
-std::optional<ImageFacts> describeWebp(ByteView file);
-std::optional<Raster> decodeWebp(ByteView file);
+Outcome<ImageFacts> describeWebp(ByteView file);
+Outcome<Raster> decodeWebp(ByteView file);
 
 }  // namespace quellor::formats

@@ -10,11 +10,11 @@
 namespace quellor::formats {
 using namespace jpeg;
 
-std::optional<ImageFacts> describeJpeg(ByteView file) {
+Outcome<ImageFacts> describeJpeg(ByteView file) {
   Session session(file);
-  if (!session.readHeader()) return std::nullopt;
+  if (!session.readHeader()) return Refusal{"the header is broken or of an unknown coding"};
   const auto model = sampleModelOf(session);
-  if (!model) return std::nullopt;
+  if (!model) return Refusal{"the coding means no known color model"};
   ImageFacts facts;
   facts.width = session.info().image_width;
   facts.height = session.info().image_height;

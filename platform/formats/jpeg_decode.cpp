@@ -205,13 +205,14 @@ namespace quellor::formats {
 
 using namespace jpeg;
 
-std::optional<Raster> decodeJpeg(ByteView file) {
+Outcome<Raster> decodeJpeg(ByteView file) {
   Session session(file);
-  if (!session.readHeader()) return std::nullopt;
+  if (!session.readHeader()) return Refusal{"the header is broken or of an unknown coding"};
   const jpeg_decompress_struct& info = session.info();
   const auto model = sampleModelOf(session);
-  if (!model || std::uint64_t{info.image_width} * info.image_height > kMaximumPixels) return std::nullopt;
-  if (!mayHoldItsBlocks(info, file.size())) return std::nullopt;
+  if (!model || std::uint64_t{info.image_width} * info.image_height > kMaximumPixels)
+    return Refusal{"the coding means no known color model, or the image is too large"};
+  if (!mayHoldItsBlocks(info, file.size())) return Refusal{"the scans are shorter than an image of that size can be"};
   Raster raster;
   raster.width = info.image_width;
   raster.height = info.image_height;
@@ -220,7 +221,7 @@ std::optional<Raster> decodeJpeg(ByteView file) {
   if (*model == SampleModel::ycbcr) raster.coding.matrixCoefficients = kBt601Matrix;
   raster.chromaSiting = ChromaSiting::centre;  // ITU-T T.871, clause 6
   const bool complete = staysPlanar(info, *model) ? decodePlanar(session, raster) : decodeInterleaved(session, raster);
-  if (!complete) return std::nullopt;
+  if (!complete) return Refusal{"a scan is damaged or not complete"};
   return raster;
 }
 

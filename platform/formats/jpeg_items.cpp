@@ -24,11 +24,12 @@ std::optional<heif::ImageSize> declaredJpegSize(const heif::Container& container
   return heif::ImageSize{size->first, size->second};
 }
 
-std::optional<Raster> decodeJpegItem(const heif::Container& container, const heif::Item& item) {
+Outcome<Raster> decodeJpegItem(const heif::Container& container, const heif::Item& item) {
   const auto file = fileOf(container, item);
-  auto raster = file ? decodeJpeg(*file) : std::nullopt;
+  if (!file) return Refusal{"an item lacks its data"};
+  auto raster = decodeJpeg(*file);
   // A container knows no coding of four inks.
-  if (!raster || raster->model == SampleModel::cmyk) return std::nullopt;
+  if (raster && raster->model == SampleModel::cmyk) return Refusal{"a JPEG item has four inks"};
   return raster;
 }
 

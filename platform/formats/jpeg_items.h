@@ -3,6 +3,7 @@
 
 #include "platform/heif/container.h"
 #include "platform/heif/item_properties.h"
+#include "platform/values/outcome.h"
 #include "platform/values/raster.h"
 
 namespace quellor::formats {
@@ -12,6 +13,6 @@ std::optional<heif::ImageSize> declaredJpegSize(const heif::Container& container
 
 /// The samples of a JPEG-coded item (ISO/IEC 23008-12, annex H), read as strictly as a JPEG file: absent when any of
 /// them is damaged or missing. Throws std::bad_alloc.
-std::optional<Raster> decodeJpegItem(const heif::Container& container, const heif::Item& item);
+Outcome<Raster> decodeJpegItem(const heif::Container& container, const heif::Item& item);
 
 }  // namespace quellor::formats

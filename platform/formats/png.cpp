@@ -79,9 +79,9 @@ void readTexts(Session& session, ImageFacts& facts) {
 
 }  // namespace
 
-std::optional<ImageFacts> describePng(ByteView file) {
+Outcome<ImageFacts> describePng(ByteView file) {
   Session session(Session::Purpose::facts);
-  if (!session.readHeader(file)) return std::nullopt;
+  if (!session.readHeader(file)) return Refusal{"the header or a chunk is broken"};
   png_structp png = session.png();
   png_infop info = session.info();
   const unsigned colorType = png_get_color_type(png, info);

@@ -119,14 +119,16 @@ namespace quellor::formats {
 
 using namespace png;
 
-std::optional<Raster> decodePng(ByteView file) {
+Outcome<Raster> decodePng(ByteView file) {
   Session session(Session::Purpose::samples);
-  if (!session.readHeader(file)) return std::nullopt;
+  if (!session.readHeader(file)) return Refusal{"the header or a chunk is broken"};
   const auto layout = layoutOf(session);
-  if (!layout || !mayHoldItsRows(session, file.size())) return std::nullopt;
+  if (!layout || !mayHoldItsRows(session, file.size()))
+    return Refusal{"the image is too large, or the file shorter than an image of that size can be"};
   const auto memory = allocateSamples(layout->total);
-  if (!readRows(session, *layout, memory.get())) return std::nullopt;
-  if (layout->palette && !expandPalette(session, *layout, memory.get())) return std::nullopt;
+  if (!readRows(session, *layout, memory.get())) return Refusal{"the image data is damaged or not complete"};
+  if (layout->palette && !expandPalette(session, *layout, memory.get()))
+    return Refusal{"a pixel has no color in the palette"};
 
   Raster raster;
   raster.width = png_get_image_width(session.png(), session.info());

@@ -44,13 +44,13 @@ std::optional<double> dotsPerInch(const tiff::Directories& directories, std::uin
 
 }  // namespace
 
-std::optional<ImageFacts> formats::describeTiff(ByteView file) {
+Outcome<ImageFacts> formats::describeTiff(ByteView file) {
   const auto directories = tiff::Directories::read(file);
-  if (!directories) return std::nullopt;
+  if (!directories) return Refusal{"a directory is broken, or the first picture is a preview"};
   const tiff::TiffFile opened(file);
-  if (!opened.isOpen()) return std::nullopt;
+  if (!opened.isOpen()) return Refusal{"the library does not take the file"};
   const auto layout = tiff::layoutOf(opened, *directories);
-  if (!layout) return std::nullopt;
+  if (!layout) return Refusal{"a layout that is not read"};
 
   ImageFacts facts;
   facts.imageCount = directories->count();
@@ -70,13 +70,13 @@ std::optional<ImageFacts> formats::describeTiff(ByteView file) {
   return facts;
 }
 
-std::optional<Raster> formats::decodeTiff(ByteView file) {
+Outcome<Raster> formats::decodeTiff(ByteView file) {
   const auto directories = tiff::Directories::read(file);
-  if (!directories) return std::nullopt;
+  if (!directories) return Refusal{"a directory is broken, or the first picture is a preview"};
   tiff::TiffFile opened(file);
-  if (!opened.isOpen()) return std::nullopt;
+  if (!opened.isOpen()) return Refusal{"the library does not take the file"};
   const auto layout = tiff::layoutOf(opened, *directories);
-  if (!layout) return std::nullopt;
+  if (!layout) return Refusal{"a layout that is not read"};
   return tiff::decodeDirectory(opened, *layout);
 }
 

@@ -176,12 +176,13 @@ std::optional<Raster> decodeConverted(const TiffFile& file, const Layout& layout
 
 }  // namespace
 
-std::optional<Raster> decodeDirectory(TiffFile& file, const Layout& layout) {
-  if (layout.way == Way::none || !canHoldItsChunks(file)) return std::nullopt;
+Outcome<Raster> decodeDirectory(TiffFile& file, const Layout& layout) {
+  if (layout.way == Way::none) return Refusal{"a layout that is not decoded"};
+  if (!canHoldItsChunks(file)) return Refusal{"the file is shorter than an image of that size can be"};
   file.forgetDamage();
-  std::optional<Raster> raster = layout.way == Way::exact ? decodeExact(file, layout) : decodeConverted(file, layout);
-  if (file.damaged()) return std::nullopt;
-  return raster;
+  auto raster = layout.way == Way::exact ? decodeExact(file, layout) : decodeConverted(file, layout);
+  if (!raster || file.damaged()) return Refusal{"the image data is damaged or not complete"};
+  return std::move(*raster);
 }
 
 }  // namespace quellor::tiff

@@ -226,17 +226,17 @@ bool isTransformed(const heif::Container& container, const heif::Item& item) {
   });
 }
 
-std::optional<DecodedImage> transformed(DecodedImage image, const heif::Container& container, const heif::Item& item,
-                                        Transformations which) {
+Outcome<DecodedImage> transformed(DecodedImage image, const heif::Container& container, const heif::Item& item,
+                                  Transformations which) {
   const bool turns = which == Transformations::all;
   for (const heif::PropertyAssociation& association : item.properties) {
     const heif::Property& property = container.properties[association.index];
     if (property.type == fourCC("clap")) {
       const auto part = heif::cropBy(property.payload, image.raster.width, image.raster.height);
-      if (!part) return std::nullopt;
+      if (!part) return Refusal{"a clean aperture leaves nothing"};
       crop(image.raster, *part);
     } else if (turns && (property.type == fourCC("irot") || property.type == fourCC("imir"))) {
-      if (property.payload.empty()) return std::nullopt;
+      if (property.payload.empty()) return Refusal{"a transformation is broken"};
       const unsigned value = property.payload[0];
       image = property.type == fourCC("irot") ? rotated(image, value) : mirrored(image, (value & 1) != 0);
     }

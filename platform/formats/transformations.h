@@ -3,6 +3,7 @@
 
 #include "platform/heif/clean_aperture.h"
 #include "platform/heif/container.h"
+#include "platform/values/outcome.h"
 #include "platform/values/raster.h"
 
 /// Transformative properties (ISO/IEC 23008-12, 6.5) applied to samples as they are coded: no sample is made up, so
@@ -38,7 +39,7 @@ bool isTransformed(const heif::Container& container, const heif::Item& item);
 
 /// Applies those of `item`, in their order. Absent for a clean aperture that leaves nothing and for a property that
 /// cannot be read. Throws std::bad_alloc.
-std::optional<DecodedImage> transformed(DecodedImage image, const heif::Container& container, const heif::Item& item,
-                                        Transformations which);
+Outcome<DecodedImage> transformed(DecodedImage image, const heif::Container& container, const heif::Item& item,
+                                  Transformations which);
 
 }  // namespace quellor::formats

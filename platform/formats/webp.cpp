@@ -108,7 +108,7 @@ Raster emptyRaster(const FirstFrame& frame, SampleModel model) {
 }
 
 /// A lossy frame that covers the canvas: its planes as they are coded, 4:2:0, one behind the other.
-std::optional<Raster> decodePlanes(const FirstFrame& frame, WebPDecoderConfig& config) {
+Outcome<Raster> decodePlanes(const FirstFrame& frame, WebPDecoderConfig& config) {
   const std::uint32_t chromaWidth = (frame.width + 1) / 2;
   const std::uint32_t chromaHeight = (frame.height + 1) / 2;
   const std::size_t lumaStride = alignedUp(frame.width);
@@ -132,7 +132,7 @@ std::optional<Raster> decodePlanes(const FirstFrame& frame, WebPDecoderConfig& c
     planes.a_size = alphaSize;
   }
   config.output.colorspace = frame.alphaCoded ? MODE_YUVA : MODE_YUV;
-  if (!decodeInto(config, frame)) return std::nullopt;
+  if (!decodeInto(config, frame)) return Refusal{"the image data is damaged or not complete"};
 
   Raster raster = emptyRaster(frame, SampleModel::ycbcr);
   raster.components = {{planes.y, 1, lumaStride, frame.width, frame.height},
@@ -147,7 +147,7 @@ std::optional<Raster> decodePlanes(const FirstFrame& frame, WebPDecoderConfig& c
 }
 
 /// A lossless frame, or one that leaves a part of its canvas transparent: RGB or RGBA, colour independent of alpha.
-std::optional<Raster> decodePixels(const FirstFrame& frame, WebPDecoderConfig& config) {
+Outcome<Raster> decodePixels(const FirstFrame& frame, WebPDecoderConfig& config) {
   const bool hasAlpha = frame.hasAlpha();
   const std::size_t pixelBytes = hasAlpha ? 4 : 3;
   const std::size_t stride = frame.canvasWidth * pixelBytes;
@@ -157,12 +157,12 @@ std::optional<Raster> decodePixels(const FirstFrame& frame, WebPDecoderConfig& c
 
   WebPRGBABuffer& pixels = config.output.u.RGBA;
   const std::size_t offset = frame.top * stride + frame.left * pixelBytes;
-  if (stride > std::size_t{INT32_MAX}) return std::nullopt;
+  if (stride > std::size_t{INT32_MAX}) return Refusal{"the image data is damaged or not complete"};
   pixels.rgba = memory.get() + offset;
   pixels.stride = static_cast<int>(stride);
   pixels.size = size - offset;
   config.output.colorspace = hasAlpha ? MODE_RGBA : MODE_RGB;
-  if (!decodeInto(config, frame)) return std::nullopt;
+  if (!decodeInto(config, frame)) return Refusal{"the image data is damaged or not complete"};
 
   Raster raster = emptyRaster(frame, SampleModel::rgb);
   const auto component = [&](std::size_t i) {
@@ -177,11 +177,11 @@ std::optional<Raster> decodePixels(const FirstFrame& frame, WebPDecoderConfig& c
 
 }  // namespace
 
-std::optional<ImageFacts> formats::describeWebp(ByteView file) {
+Outcome<ImageFacts> formats::describeWebp(ByteView file) {
   const Demuxer demuxer = openContainer(file);
-  if (demuxer == nullptr) return std::nullopt;
+  if (demuxer == nullptr) return Refusal{"the container is broken or ends early"};
   const auto frame = firstFrameOf(demuxer.get());
-  if (!frame) return std::nullopt;
+  if (!frame) return Refusal{"there is no first frame"};
 
   ImageFacts facts;
   facts.imageCount = WebPDemuxGetI(demuxer.get(), WEBP_FF_FRAME_COUNT);
@@ -194,12 +194,12 @@ std::optional<ImageFacts> formats::describeWebp(ByteView file) {
   return facts;
 }
 
-std::optional<Raster> formats::decodeWebp(ByteView file) {
+Outcome<Raster> formats::decodeWebp(ByteView file) {
   const Demuxer demuxer = openContainer(file);
-  if (demuxer == nullptr) return std::nullopt;
+  if (demuxer == nullptr) return Refusal{"the container is broken or ends early"};
   const auto frame = firstFrameOf(demuxer.get());
   WebPDecoderConfig config{};
-  if (!frame || WebPInitDecoderConfig(&config) == 0) return std::nullopt;
+  if (!frame || WebPInitDecoderConfig(&config) == 0) return Refusal{"there is no first frame"};
   return frame->lossless || !frame->coversCanvas() ? decodePixels(*frame, config) : decodePlanes(*frame, config);
 }
 

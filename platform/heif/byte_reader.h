@@ -1,7 +1,7 @@
 #pragma once
 #include <cstddef>
 #include <cstdint>
-#include <stdexcept>
+#include <exception>
 #include <string>
 #include <string_view>
 
@@ -10,9 +10,15 @@
 namespace quellor::heif {
 
 /// The container's structure is broken. Raised and caught by readers of boxes only.
-class MalformedContainer : public std::runtime_error {
+class MalformedContainer : public std::exception {
  public:
-  using std::runtime_error::runtime_error;
+  /// `reason` lives as long as the program.
+  explicit MalformedContainer(const char* reason) : reason_(reason) {}
+
+  [[nodiscard]] const char* what() const noexcept override { return reason_; }
+
+ private:
+  const char* reason_;
 };
 
 /// A four-character code (ISO/IEC 14496-12, 4.2).

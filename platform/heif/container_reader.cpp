@@ -258,11 +258,11 @@ class Reader {
 
 }  // namespace
 
-std::optional<Container> readContainer(ByteView file) {
+Outcome<Container> readContainer(ByteView file) {
   try {
     return Reader(file).read();
-  } catch (const MalformedContainer&) {
-    return std::nullopt;
+  } catch (const MalformedContainer& error) {
+    return Refusal{error.what()};
   }
 }
 

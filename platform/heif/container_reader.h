@@ -1,7 +1,6 @@
 #pragma once
-#include <optional>
-
 #include "platform/heif/container.h"
+#include "platform/values/outcome.h"
 
 namespace quellor::heif {
 
@@ -10,7 +9,7 @@ namespace quellor::heif {
 ///
 /// Absent when a box ends past its parent, a field past its box, a required box is missing, the handler is not
 /// `pict`, an item id stands twice, a property index or the primary item does not exist, or a version of a box is
-/// unknown. Never reads outside `file`; needs time and memory in proportion to it.
-std::optional<Container> readContainer(ByteView file);
+/// unknown; the reason says which. Never reads outside `file`; needs time and memory in proportion to it.
+Outcome<Container> readContainer(ByteView file);
 
 }  // namespace quellor::heif

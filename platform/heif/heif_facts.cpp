@@ -45,9 +45,9 @@ MetadataBlocks metadataOf(const Container& container, const Item& image) {
 
 }  // namespace
 
-std::optional<ImageFacts> factsOf(ByteView file) {
+Outcome<ImageFacts> factsOf(ByteView file) {
   const auto container = readContainer(file);
-  if (!container) return std::nullopt;
+  if (!container) return container.refusal();
   const Item& primary = *container->find(container->primaryItem);
   const ImageSize size = storedSize(*container, primary).value_or(ImageSize{});
   const SampleFormat format = sampleFormatOf(*container, primary);

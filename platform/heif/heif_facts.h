@@ -1,11 +1,10 @@
 #pragma once
-#include <optional>
-
 #include "platform/values/image_facts.h"
+#include "platform/values/outcome.h"
 
 namespace quellor::heif {
 
 /// What a HEIF file says of its primary image. Absent when the container's structure is broken.
-std::optional<ImageFacts> factsOf(ByteView file);
+Outcome<ImageFacts> factsOf(ByteView file);
 
 }  // namespace quellor::heif

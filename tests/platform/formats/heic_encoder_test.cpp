@@ -117,8 +117,9 @@ TEST_P(EncodedPicture, IsTheSameToOurReaderAndToAnother) {
 TEST_P(EncodedPicture, IsCloseToItsInput) {
   const Raster input = pictureOf(GetParam());
   const auto file = encoded(input, 1.0);
-  const auto raster = file ? test_support::imageFormat("HEIF").decode(*file) : std::nullopt;
-  ASSERT_TRUE(raster);
+  ASSERT_TRUE(file);
+  const auto raster = test_support::imageFormat("HEIF").decode(*file);
+  ASSERT_TRUE(raster) << raster.reason();
   const int bits = GetParam().bits, tolerance = 6 << (bits - 8);
   for (std::uint32_t y = 0; y < input.height; ++y) {
     for (std::uint32_t x = 0; x < input.width; ++x) {

@@ -117,12 +117,11 @@ void addAlpha(HeifBuilder& builder) {
   builder.references = {HeifBuilder::reference("auxl", 2, {1})};
 }
 
-std::optional<Raster> decoded(const HeifBuilder& builder) {
-  const ImageFormat* const codec = &test_support::imageFormat("HEIF");
-  return codec == nullptr ? std::nullopt : codec->decode(builder.build());
+Outcome<Raster> decoded(const HeifBuilder& builder) {
+  return test_support::imageFormat("HEIF").decode(builder.build());
 }
 
-std::optional<Raster> decodedPart(const Rectangle& part) {
+Outcome<Raster> decodedPart(const Rectangle& part) {
   HeifBuilder builder = photo();
   addProperty(builder, 0, photoAperture(part));
   return decoded(builder);

@@ -21,7 +21,7 @@ using test_support::HeifScene;
 using test_support::ispe;
 using test_support::JpegSpec;
 
-std::optional<Raster> decoded(const HeifScene& scene) { return test_support::imageFormat("HEIF").decode(scene.file()); }
+Outcome<Raster> decoded(const HeifScene& scene) { return test_support::imageFormat("HEIF").decode(scene.file()); }
 
 // --- AV1
 

@@ -45,7 +45,7 @@ Raster pictureOf(const RasterPlan& plan, std::size_t number) {
   });
 }
 
-std::optional<Raster> decoded(const HeifScene& scene) { return test_support::imageFormat("HEIF").decode(scene.file()); }
+Outcome<Raster> decoded(const HeifScene& scene) { return test_support::imageFormat("HEIF").decode(scene.file()); }
 
 /// Four tiles of one form, two rows and columns.
 std::vector<std::uint32_t> fourTiles(HeifScene& scene, const RasterPlan& plan) {

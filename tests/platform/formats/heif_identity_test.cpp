@@ -51,7 +51,7 @@ Raster alphaPicture(std::uint32_t width, std::uint32_t height, int bits = 8) {
   return makeRaster(made, [](std::size_t, std::uint32_t x, std::uint32_t y) { return static_cast<int>(x * 4 + y); });
 }
 
-std::optional<Raster> decoded(const HeifScene& scene) { return test_support::imageFormat("HEIF").decode(scene.file()); }
+Outcome<Raster> decoded(const HeifScene& scene) { return test_support::imageFormat("HEIF").decode(scene.file()); }
 
 Bytes drawn(const Raster& raster) {
   Bytes pixels(std::size_t{raster.width} * raster.height * 4);

@@ -44,7 +44,7 @@ Raster greyPicture(int bits, const test_support::SampleFunction& sample) {
   return makeRaster(plan, sample);
 }
 
-std::optional<Raster> decoded(const HeifScene& scene) { return test_support::imageFormat("HEIF").decode(scene.file()); }
+Outcome<Raster> decoded(const HeifScene& scene) { return test_support::imageFormat("HEIF").decode(scene.file()); }
 
 std::array<int, 3> colorAt(const Raster& raster, std::uint32_t x, std::uint32_t y) {
   std::array<int, 3> color{};

@@ -62,9 +62,9 @@ Bytes fileOf(const Bytes& units, std::uint32_t width = 64, std::uint32_t height 
   return scene.file();
 }
 
-std::optional<Raster> decodeFile(const Bytes& file) { return test_support::imageFormat("HEIF").decode(file); }
+Outcome<Raster> decodeFile(const Bytes& file) { return test_support::imageFormat("HEIF").decode(file); }
 
-std::optional<Raster> decode(const Bytes& units) { return decodeFile(fileOf(units)); }
+Outcome<Raster> decode(const Bytes& units) { return decodeFile(fileOf(units)); }
 
 /// The samples of all components, one after the other.
 std::vector<std::vector<int>> samplesOf(const Raster& raster) {

@@ -24,8 +24,8 @@ class TiffCodec : public testing::Test {
  protected:
   void SetUp() override { ASSERT_NE(codec_, nullptr); }
 
-  std::optional<ImageFacts> describe(const Bytes& file) const { return codec_->describe(file); }
-  std::optional<Raster> decode(const Bytes& file) const { return codec_->decode(file); }
+  Outcome<ImageFacts> describe(const Bytes& file) const { return codec_->describe(file); }
+  Outcome<Raster> decode(const Bytes& file) const { return codec_->decode(file); }
 
  private:
   const ImageFormat* codec_ = &test_support::imageFormat("TIFF");

@@ -34,7 +34,7 @@ HeifBuilder pictureWith(const std::vector<Bytes>& properties) {
 ImageFacts factsWith(const HeifBuilder& builder) {
   const auto facts = factsOf(builder.build());
   EXPECT_TRUE(facts);
-  return facts.value_or(ImageFacts{});
+  return facts ? *facts : ImageFacts{};
 }
 
 // Exif 2.32, tag 0x0112: 6 is shown after a quarter turn clockwise, 8 after one anticlockwise; irot counts quarter

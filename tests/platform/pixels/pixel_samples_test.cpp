@@ -55,11 +55,10 @@ class JudgedPicture {
   int stride_ = 0;
 };
 
-std::optional<Raster> decodeSample(const std::string& path) {
+Outcome<Raster> decodeSample(const std::string& path) {
   std::ifstream stream(path, std::ios::binary);
   const Bytes file((std::istreambuf_iterator<char>(stream)), std::istreambuf_iterator<char>());
-  const ImageFormat* const codec = &test_support::imageFormat("HEIF");
-  return codec == nullptr ? std::nullopt : codec->decode(file);
+  return test_support::imageFormat("HEIF").decode(file);
 }
 
 int largestDifference(const Bytes& pixels, const Raster& raster, const JudgedPicture& judge) {
