@@ -6,22 +6,12 @@
 #include <string_view>
 #include <utility>
 
+#include "platform/values/big_endian.h"
+
 namespace quellor {
 namespace {
 
 constexpr std::size_t kTypeBytes = 8;  // signature and reserved bytes that every tag begins with
-
-std::uint32_t read16(ByteView bytes, std::size_t offset) {
-  return std::uint32_t{bytes[offset]} << 8 | std::uint32_t{bytes[offset + 1]};
-}
-
-std::uint32_t read32(ByteView bytes, std::size_t offset) {
-  return read16(bytes, offset) << 16 | read16(bytes, offset + 2);
-}
-
-bool startsWith(ByteView bytes, std::string_view text) {
-  return bytes.size() >= text.size() && std::ranges::equal(bytes.first(text.size()), text);
-}
 
 /// As much of the range as there is.
 ByteView clampedRange(ByteView bytes, std::size_t offset, std::size_t length) {
@@ -74,10 +64,10 @@ std::optional<std::string> utf16Text(ByteView units) {
   const auto isLow = [](std::uint32_t unit) { return unit >= 0xDC00 && unit <= 0xDFFF; };
   std::string text;
   while (units.size() >= 2) {
-    const std::uint32_t unit = read16(units, 0);
+    const std::uint32_t unit = bigEndian16(units, 0);
     if (unit == 0) break;
     units = units.subspan(2);
-    const std::uint32_t next = units.size() >= 2 ? read16(units, 0) : 0;
+    const std::uint32_t next = units.size() >= 2 ? bigEndian16(units, 0) : 0;
     if (isHigh(unit) && isLow(next)) {
       units = units.subspan(2);
       appendUtf8(text, 0x10000 + ((unit - 0xD800) << 10) + (next - 0xDC00));
@@ -91,8 +81,8 @@ std::optional<std::string> utf16Text(ByteView units) {
 std::optional<std::string> multiLocalizedText(ByteView tag) {
   constexpr std::size_t kRecords = 16;
   constexpr std::size_t kRecordBytes = 12;  // language, country, length, offset
-  if (tag.size() < kRecords || read32(tag, 12) != kRecordBytes) return std::nullopt;
-  const std::size_t count = std::min<std::size_t>(read32(tag, 8), (tag.size() - kRecords) / kRecordBytes);
+  if (tag.size() < kRecords || bigEndian32(tag, 12) != kRecordBytes) return std::nullopt;
+  const std::size_t count = std::min<std::size_t>(bigEndian32(tag, 8), (tag.size() - kRecords) / kRecordBytes);
   const auto preference = [](ByteView record) {
     return startsWith(record, "enUS") ? 2 : startsWith(record, "en") ? 1 : 0;
   };
@@ -102,18 +92,18 @@ std::optional<std::string> multiLocalizedText(ByteView tag) {
     if (best.empty() || preference(record) > preference(best)) best = record;
   }
   if (best.empty()) return std::nullopt;
-  return utf16Text(clampedRange(tag, read32(best, 8), read32(best, 4)));
+  return utf16Text(clampedRange(tag, bigEndian32(best, 8), bigEndian32(best, 4)));
 }
 
 std::optional<std::string> descriptionText(ByteView tag) {
   constexpr std::size_t kAscii = kTypeBytes + 4;
   constexpr std::size_t kUnicodeHeader = 8;  // language code and count of characters
   if (tag.size() < kAscii) return std::nullopt;
-  const std::size_t length = read32(tag, kTypeBytes);
+  const std::size_t length = bigEndian32(tag, kTypeBytes);
   if (std::optional<std::string> text = latin1Text(clampedRange(tag, kAscii, length))) return text;
   const ByteView rest = tag.subspan(std::min(kAscii + length, tag.size()));
   if (rest.size() < kUnicodeHeader) return std::nullopt;
-  return utf16Text(clampedRange(rest, kUnicodeHeader, std::size_t{2} * read32(rest, 4)));
+  return utf16Text(clampedRange(rest, kUnicodeHeader, std::size_t{2} * bigEndian32(rest, 4)));
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 #include <array>
 #include <cmath>
 
+#include "platform/heif/clean_aperture.h"
 #include "platform/heif/item_relations.h"
 
 namespace quellor::heif {
@@ -91,11 +92,6 @@ Turn rotation(ByteReader reader) {
 /// imir exchanges top and bottom for 0, left and right for 1 (23008-12:2022, 6.5.12: as Exif 4 and 2).
 Turn mirroring(ByteReader reader) { return kOrientations[(reader.u8() & 1) == 0 ? 3 : 1]; }
 
-std::uint32_t roundedSize(std::uint32_t numerator, std::uint32_t denominator, std::uint32_t limit) {
-  if (denominator == 0) return limit;
-  return std::clamp(static_cast<std::uint32_t>(std::llround(double{1} * numerator / denominator)), 1u, limit);
-}
-
 std::optional<int> bitsFromPixi(ByteReader reader) {
   reader.u32();
   if (reader.u8() == 0) return std::nullopt;
@@ -143,11 +139,9 @@ std::optional<ImageSize> spatialExtents(const Container& container, const Item& 
 std::optional<ImageSize> storedSize(const Container& container, const Item& item) {
   const auto coded = spatialExtents(container, item);
   if (!coded || coded->width == 0 || coded->height == 0) return coded;
-  const auto cropped = firstOf(container, item, fourCC("clap"), [&](ByteReader reader) -> std::optional<ImageSize> {
-    const std::uint32_t widthN = reader.u32(), widthD = reader.u32(), heightN = reader.u32();
-    return ImageSize{roundedSize(widthN, widthD, coded->width), roundedSize(heightN, reader.u32(), coded->height)};
-  });
-  return cropped ? cropped : coded;
+  const Property* const aperture = findProperty(container, item, fourCC("clap"));
+  const auto part = aperture == nullptr ? std::nullopt : cropBy(aperture->payload, coded->width, coded->height);
+  return part ? ImageSize{part->width, part->height} : coded;
 }
 
 std::optional<int> orientationOf(const Container& container, const Item& item) {
