@@ -8,9 +8,7 @@
 #include <string>
 #include <unistd.h>
 
-#include "platform/files/descriptor_wait.h"
-#include "platform/files/file_descriptor.h"
-#include "platform/files/gathered_write.h"
+#include "platform/files/descriptors.h"
 #include "protocol/response_encoder.h"
 
 namespace quellor {

@@ -6,8 +6,7 @@
 #include <system_error>
 #include <unistd.h>
 
-#include "platform/files/atomic_write.h"
-#include "platform/files/file_moving.h"
+#include "platform/files/durable_files.h"
 #include "platform/files/path.h"
 
 namespace quellor {

@@ -1,20 +1,18 @@
-#include "platform/heic_destination.h"
-
 #include <fcntl.h>
 #include <unistd.h>
 #include <utility>
 
 #include "platform/color/known_spaces.h"
-#include "platform/files/directory_sync.h"
-#include "platform/files/gathered_write.h"
+#include "platform/files/descriptors.h"
+#include "platform/files/durable_files.h"
 #include "platform/files/path.h"
 #include "platform/formats/heic_encoder.h"
 #include "platform/heif/container_reader.h"
 #include "platform/heif/container_writer.h"
-#include "platform/heif/item_properties.h"
 #include "platform/heif/output_metadata.h"
 #include "platform/heif/output_properties.h"
 #include "platform/heif/primary_copy.h"
+#include "platform/image_destination.h"
 #include "platform/image_properties.h"
 #include "platform/metadata/block_editing.h"
 #include "platform/pixels/encoding_form.h"
@@ -72,14 +70,24 @@ std::optional<heif::OutputFile> encoded(const Image& image, const PropertyDictio
   return file;
 }
 
-}  // namespace
+/// A destination that writes HEIC: one container writer for images that are copied and images that are encoded.
+class HeicDestination final : public ImageDestination {
+ public:
+  HeicDestination(FileDescriptor file, std::string path) : file_(std::move(file)), path_(std::move(path)) {}
 
-std::unique_ptr<HeicDestination> HeicDestination::create(const std::string& path) {
-  if (!isUsablePath(path)) return nullptr;
-  FileDescriptor file(open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666));
-  if (!file.isOpen()) return nullptr;
-  return std::unique_ptr<HeicDestination>(new HeicDestination(std::move(file), path));
-}
+  void addImage(const Image& image, const PropertyDictionary& properties) override;
+  void addImageFromSource(const ImageSource& source, std::size_t index,
+                          const std::optional<PropertyDictionary>& properties) override;
+  [[nodiscard]] bool finalize() override;
+
+ private:
+  void accept(std::optional<heif::OutputFile> image);
+
+  FileDescriptor file_;
+  std::string path_;
+  std::optional<heif::OutputFile> image_;  // what will be written
+  int added_ = 0;
+};
 
 void HeicDestination::accept(std::optional<heif::OutputFile> image) {
   ++added_;
@@ -111,8 +119,17 @@ bool HeicDestination::finalize() {
   const bool written = writeGathered(file_.get(), serialised->parts()) == 0 && fsync(file_.get()) == 0;
   const bool closed = file_.close();
   if (!written || !closed) return false;
-  syncDirectoryOf(path_);
+  files::syncDirectoryOf(path_);
   return true;
+}
+
+}  // namespace
+
+std::unique_ptr<ImageDestination> createHeicDestination(const std::string& path) {
+  if (!isUsablePath(path)) return nullptr;
+  FileDescriptor file(open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666));
+  if (!file.isOpen()) return nullptr;
+  return std::make_unique<HeicDestination>(std::move(file), path);
 }
 
 }  // namespace quellor

@@ -28,7 +28,10 @@ struct Image {
   [[nodiscard]] std::uint32_t width() const { return raster.width; }
   [[nodiscard]] std::uint32_t height() const { return raster.height; }
   [[nodiscard]] int bitsPerComponent() const { return raster.bitsPerComponent; }
-  [[nodiscard]] AlphaInfo alphaInfo() const;
+  [[nodiscard]] AlphaInfo alphaInfo() const {
+    if (raster.alpha) return raster.premultiplied ? AlphaInfo::premultipliedLast : AlphaInfo::last;
+    return colorModelOf(raster.model) == ColorModel::rgb ? AlphaInfo::noneSkipLast : AlphaInfo::none;
+  }
 };
 
 }  // namespace quellor

@@ -34,4 +34,8 @@ class ImageDestination {
   [[nodiscard]] virtual bool finalize() = 0;
 };
 
+/// A destination for one HEIC image in a new file at `path`, which must not exist: one container writer for images that
+/// are copied and images that are encoded. Null when the file cannot be created.
+std::unique_ptr<ImageDestination> createHeicDestination(const std::string& path);
+
 }  // namespace quellor

@@ -1,11 +1,12 @@
 #include "platform/image_services.h"
 
+#include <algorithm>
 #include <utility>
 
-#include "platform/encoded_image_source.h"
+#include "platform/color_space.h"
 #include "platform/files/regular_file.h"
 #include "platform/formats/image_format.h"
-#include "platform/heic_destination.h"
+#include "platform/image_properties.h"
 
 namespace quellor {
 namespace {
@@ -15,6 +16,73 @@ constexpr std::size_t kHeadBytes = 4096;
 
 /// A photo of 200 megapixels takes up to 100 MB as HEIF and 2.4 GB as an uncompressed 16-bit TIFF.
 constexpr std::uint64_t kMaximumFileBytes = std::uint64_t{4} << 30;
+
+using Kind = AuxiliaryImage::Kind;
+
+std::optional<Kind> kindNamed(std::string_view type) {
+  if (type == auxiliary_data_type::kDepth) return Kind::depth;
+  if (type == auxiliary_data_type::kDisparity) return Kind::disparity;
+  if (type == auxiliary_data_type::kPortraitEffectsMatte) return Kind::portraitEffectsMatte;
+  if (type == auxiliary_data_type::kSemanticSegmentationMatte) return Kind::semanticSegmentationMatte;
+  if (type == auxiliary_data_type::kHdrGainMap) return Kind::hdrGainMap;
+  return std::nullopt;
+}
+
+/// An image source on a file in memory and its format.
+class EncodedImageSource final : public ImageSource {
+ public:
+  /// `format` outlives the source.
+  EncodedImageSource(FileContents file, ImageFacts facts, const ImageFormat& format);
+
+  [[nodiscard]] std::size_t count() const override { return facts_.imageCount; }
+  [[nodiscard]] std::optional<PropertyDictionary> propertiesAt(std::size_t index) const override;
+  [[nodiscard]] std::optional<Image> imageAt(std::size_t index) const override;
+  [[nodiscard]] ByteView file() const override { return file_.view(); }
+  [[nodiscard]] std::optional<PropertyDictionary> auxiliaryDataInfoAt(std::size_t index,
+                                                                      std::string_view type) const override;
+
+ private:
+  FileContents file_;
+  ImageFacts facts_;
+  const ImageFormat& format_;
+  ImageColor color_;  // for the colour model that the facts tell
+};
+
+EncodedImageSource::EncodedImageSource(FileContents file, ImageFacts facts, const ImageFormat& format)
+    : file_(std::move(file)),
+      facts_(std::move(facts)),
+      format_(format),
+      color_(colorSpaceOf(facts_.colorModel, facts_.iccProfile, facts_.cicp)) {}
+
+std::optional<PropertyDictionary> EncodedImageSource::propertiesAt(std::size_t index) const {
+  if (index != 0 || count() == 0) return std::nullopt;
+  return imageProperties(facts_, color_.profileName);
+}
+
+std::optional<Image> EncodedImageSource::imageAt(std::size_t index) const {
+  if (index != 0 || count() == 0) return std::nullopt;
+  auto raster = format_.decode(file_.view());
+  if (!raster) return std::nullopt;
+  const ColorModel model = colorModelOf(raster->model);
+  // Some files tell only in the bitstream that they are grey.
+  const bool asTold = model == facts_.colorModel;
+  const ImageColor color = asTold ? color_ : colorSpaceOf(model, facts_.iccProfile, facts_.cicp);
+  return Image{std::move(*raster), color.space};
+}
+
+std::optional<PropertyDictionary> EncodedImageSource::auxiliaryDataInfoAt(std::size_t index,
+                                                                          std::string_view type) const {
+  const auto kind = kindNamed(type);
+  if (index != 0 || !kind) return std::nullopt;
+  const auto image = std::find_if(facts_.auxiliaryImages.begin(), facts_.auxiliaryImages.end(),
+                                  [&](const AuxiliaryImage& each) { return each.kind == *kind; });
+  if (image == facts_.auxiliaryImages.end()) return std::nullopt;
+  PropertyDictionary info;
+  info.set("Width", std::int64_t{image->width});
+  info.set("Height", std::int64_t{image->height});
+  info.set("Type", image->type);
+  return info;
+}
 
 }  // namespace
 
@@ -31,7 +99,7 @@ std::unique_ptr<ImageSource> SystemImageServices::openSource(const std::string& 
 }
 
 std::unique_ptr<ImageDestination> SystemImageServices::createDestination(const std::string& path) const {
-  return HeicDestination::create(path);
+  return createHeicDestination(path);
 }
 
 std::unique_ptr<BitmapContext> SystemImageServices::createBitmapContext(std::int64_t width, std::int64_t height,

@@ -4,7 +4,6 @@
 #include <fcntl.h>
 #include <new>
 #include <sys/stat.h>
-#include <unistd.h>
 #include <utility>
 
 #include "platform/files/path.h"
@@ -34,33 +33,26 @@ std::optional<struct stat> statusOf(int descriptor) {
 
 std::optional<RegularFile> RegularFile::open(const std::string& path) {
   if (!isUsablePath(path)) return std::nullopt;
-  const int descriptor = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
-  if (descriptor < 0) return std::nullopt;
-  RegularFile file(descriptor);
-  const auto status = statusOf(descriptor);
+  FileDescriptor descriptor(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
+  if (!descriptor.isOpen()) return std::nullopt;
+  const auto status = statusOf(descriptor.get());
   if (!status || !S_ISREG(status->st_mode)) return std::nullopt;
-  return file;
-}
-
-RegularFile::RegularFile(RegularFile&& other) noexcept : descriptor_(std::exchange(other.descriptor_, -1)) {}
-
-RegularFile::~RegularFile() {
-  if (descriptor_ >= 0) close(descriptor_);
+  return RegularFile(std::move(descriptor));
 }
 
 Bytes RegularFile::head(std::size_t size) const {
   Bytes bytes(size);
-  bytes.resize(readFromStart(descriptor_, bytes.data(), size));
+  bytes.resize(readFromStart(descriptor_.get(), bytes.data(), size));
   return bytes;
 }
 
 std::optional<FileContents> RegularFile::contents(std::uint64_t maximumSize) const {
-  const auto status = statusOf(descriptor_);
+  const auto status = statusOf(descriptor_.get());
   if (!status || status->st_size <= 0 || static_cast<std::uint64_t>(status->st_size) > maximumSize) return std::nullopt;
   const auto size = static_cast<std::size_t>(status->st_size);
   try {
     auto bytes = std::make_unique_for_overwrite<std::uint8_t[]>(size);
-    if (readFromStart(descriptor_, bytes.get(), size) != size) return std::nullopt;
+    if (readFromStart(descriptor_.get(), bytes.get(), size) != size) return std::nullopt;
     return FileContents(std::move(bytes), size);
   } catch (const std::bad_alloc&) {
     return std::nullopt;

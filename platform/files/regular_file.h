@@ -5,6 +5,7 @@
 #include <optional>
 #include <string>
 
+#include "platform/files/descriptors.h"
 #include "platform/values/bytes.h"
 
 namespace quellor {
@@ -27,12 +28,6 @@ class RegularFile {
  public:
   static std::optional<RegularFile> open(const std::string& path);
 
-  RegularFile(RegularFile&& other) noexcept;
-  RegularFile& operator=(RegularFile&&) = delete;
-  RegularFile(const RegularFile&) = delete;
-  RegularFile& operator=(const RegularFile&) = delete;
-  ~RegularFile();
-
   /// The first `size` bytes, or as many as there are.
   [[nodiscard]] Bytes head(std::size_t size) const;
 
@@ -41,9 +36,9 @@ class RegularFile {
   [[nodiscard]] std::optional<FileContents> contents(std::uint64_t maximumSize) const;
 
  private:
-  explicit RegularFile(int descriptor) : descriptor_(descriptor) {}
+  explicit RegularFile(FileDescriptor descriptor) : descriptor_(std::move(descriptor)) {}
 
-  int descriptor_;
+  FileDescriptor descriptor_;
 };
 
 }  // namespace quellor

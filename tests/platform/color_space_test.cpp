@@ -1,3 +1,5 @@
+#include "platform/color_space.h"
+
 #include <array>
 #include <string>
 #include <vector>
@@ -7,7 +9,6 @@
 
 #include "platform/color/profile_builder.h"
 #include "platform/color/profile_reader.h"
-#include "platform/color_space_of.h"
 #include "tests/platform/color/icc_bytes.h"
 
 namespace quellor {

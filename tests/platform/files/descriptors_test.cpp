@@ -1,4 +1,4 @@
-#include "platform/files/gathered_write.h"
+#include "platform/files/descriptors.h"
 
 #include <cerrno>
 #include <csignal>

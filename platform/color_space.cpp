@@ -1,4 +1,4 @@
-#include "platform/color_space_of.h"
+#include "platform/color_space.h"
 
 #include <memory>
 #include <string_view>

@@ -1,12 +1,10 @@
-#include "platform/files/gathered_write.h"
+#include "platform/files/descriptors.h"
 
 #include <algorithm>
 #include <array>
 #include <cerrno>
 #include <poll.h>
 #include <sys/uio.h>
-
-#include "platform/files/descriptor_wait.h"
 
 namespace quellor {
 namespace {
@@ -46,6 +44,14 @@ class Remainder {
 };
 
 }  // namespace
+
+int waitUntilReady(int descriptor, short event) {
+  pollfd waited{descriptor, event, 0};
+  while (poll(&waited, 1, -1) < 0) {
+    if (errno != EINTR) return errno;
+  }
+  return 0;
+}
 
 int writeGathered(int descriptor, std::span<const ByteView> parts) {
   Remainder remainder(parts);

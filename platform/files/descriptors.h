@@ -1,6 +1,9 @@
 #pragma once
+#include <span>
 #include <unistd.h>
 #include <utility>
+
+#include "platform/values/bytes.h"
 
 namespace quellor {
 
@@ -25,5 +28,17 @@ class FileDescriptor {
  private:
   int descriptor_;
 };
+
+/// For a descriptor in non-blocking mode, which is a matter of whoever opened it: waits as long as it takes until it
+/// can be read from (`POLLIN`) or written to (`POLLOUT`), or has an error that reading or writing then reports. Returns
+/// 0, or the errno value where it cannot be waited for.
+[[nodiscard]] int waitUntilReady(int descriptor, short event);
+
+/// Writes all of `parts`, one after the other, at the descriptor's position: gathered by the system, so that nothing is
+/// copied together first, and in as many calls as it takes; where a descriptor in non-blocking mode has no room, waits
+/// until it has. Allocates nothing.
+///
+/// Returns 0, or the errno value of the failure; how much was written until then is not told.
+[[nodiscard]] int writeGathered(int descriptor, std::span<const ByteView> parts);
 
 }  // namespace quellor
