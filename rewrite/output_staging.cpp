@@ -1,5 +1,7 @@
 #include "rewrite/output_staging.h"
 
+#include <exception>
+
 #include "observe/observation.h"
 #include "platform/files/path.h"
 #include "platform/files/uuid.h"
@@ -23,6 +25,25 @@ void atomicReplace(const FileManager& files, const std::string& temp, const std:
   } catch (const FileError& error) {
     throw HelperFailure("atomic_replace_failed", error.description());
   }
+}
+
+StagedFile::~StagedFile() {
+  if (!path_) return;
+  try {
+    files_.removeItem(*path_);
+  } catch (const std::exception&) {
+    // Most often it was never created, and there is nobody left to tell of anything else.
+  }
+}
+
+void StagedFile::set(const std::string& path) {
+  path_ = path;
+  guard_.emplace(path);
+}
+
+void StagedFile::release() {
+  path_.reset();
+  guard_.reset();
 }
 
 }  // namespace quellor

@@ -5,7 +5,7 @@
 #include "platform/platform.h"
 #include "protocol/records.h"
 #include "rewrite/image_writers.h"
-#include "rewrite/staged_file.h"
+#include "rewrite/output_staging.h"
 
 /// What the operations that write an image have in common: their checks, and the way from the input to a finished
 /// file in its place.

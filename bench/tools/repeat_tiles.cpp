@@ -21,7 +21,7 @@
 #include "platform/heif/container_reader.h"
 #include "platform/heif/container_writer.h"
 #include "platform/heif/heif_facts.h"
-#include "platform/heif/output_metadata.h"
+#include "platform/heif/output_editing.h"
 #include "platform/heif/primary_copy.h"
 
 namespace quellor::heif {

@@ -13,8 +13,7 @@
 #include "platform/formats/planes.h"
 #include "platform/heif/encoded_image.h"
 #include "platform/hevc/nal.h"
-#include "platform/threads/parallel.h"
-#include "platform/threads/startable_threads.h"
+#include "platform/threads/threads.h"
 
 namespace quellor {
 namespace {

@@ -5,7 +5,7 @@
 #include "platform/formats/image_format.h"
 #include "platform/heif/container_reader.h"
 #include "platform/heif/heif_facts.h"
-#include "platform/threads/parallel.h"
+#include "platform/threads/threads.h"
 
 namespace quellor::formats {
 

@@ -9,7 +9,7 @@
 #include "platform/heif/auxiliary_type.h"
 #include "platform/heif/derivations.h"
 #include "platform/heif/item_data.h"
-#include "platform/threads/parallel.h"
+#include "platform/threads/threads.h"
 
 namespace quellor::formats {
 namespace {

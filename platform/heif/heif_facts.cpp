@@ -1,17 +1,143 @@
 #include "platform/heif/heif_facts.h"
 
 #include <algorithm>
+#include <array>
+#include <string>
 #include <string_view>
 
-#include "platform/heif/auxiliary_images.h"
 #include "platform/heif/auxiliary_type.h"
 #include "platform/heif/container_reader.h"
 #include "platform/heif/item_data.h"
 #include "platform/heif/item_properties.h"
 #include "platform/heif/item_relations.h"
+#include "platform/metadata/xmp_packet.h"
 
 namespace quellor::heif {
 namespace {
+
+using Kind = AuxiliaryImage::Kind;
+
+constexpr std::size_t kMaximumXmpBytes = std::size_t{16} << 20;
+
+bool isDepth(std::string_view urn) {
+  return urn == "urn:mpeg:hevc:2015:auxid:2" || urn == "urn:mpeg:mpegB:cicp:systems:auxiliary:depth";
+}
+
+bool isSemanticMatte(std::string_view urn) {
+  constexpr std::array<std::string_view, 2> families = {"urn:com:apple:photo:2019:aux:semantic",
+                                                        "urn:com:apple:photo:2020:aux:semantic"};
+  return urn.ends_with("matte") && std::any_of(families.begin(), families.end(),
+                                               [urn](std::string_view family) { return urn.starts_with(family); });
+}
+
+bool isGainMap(std::string_view urn) {
+  return urn == "urn:com:apple:photo:2020:aux:hdrgainmap" || urn == "urn:com:samsung:photo:2024:aux:hdrgainmap" ||
+         urn == "urn:iso:std:iso:ts:21496:-1";
+}
+
+/// Reads single bits and exponential-Golomb codes (ITU-T H.265, 9.2), most significant bit first.
+class BitReader {
+ public:
+  explicit BitReader(ByteView bytes) : bytes_(bytes) {}
+
+  unsigned bit() {
+    const std::size_t byte = position_ / 8;
+    if (byte >= bytes_.size()) throw MalformedContainer("a message ends inside a code");
+    const unsigned value = (static_cast<unsigned>(bytes_[byte]) >> (7 - position_ % 8)) & 1u;
+    ++position_;
+    return value;
+  }
+
+  std::uint32_t exponentialGolomb() {
+    int zeros = 0;
+    while (bit() == 0) {
+      if (++zeros > 31) throw MalformedContainer("a code of more than 32 bits");
+    }
+    std::uint32_t value = 1;
+    for (int i = 0; i < zeros; ++i) value = (value << 1) | bit();
+    return value - 1;
+  }
+
+ private:
+  ByteView bytes_;
+  std::size_t position_ = 0;
+};
+
+/// Whether a depth representation information message (ITU-T H.265, G.14.2.3) in the subtype says disparity:
+/// type 1 is uniform in disparity, type 3 not uniform. The subtype is a length, then NAL units with their lengths,
+/// then SEI messages (23008-12, annex B.2.2.3).
+bool representsDisparity(ByteView subtype) {
+  constexpr unsigned prefixSei = 39, suffixSei = 40, depthRepresentation = 177;
+  ByteReader all(subtype);
+  ByteReader units(all.bytes(std::min<std::size_t>(all.u32(), all.remaining())));
+  while (units.remaining() > 4) {
+    ByteReader unit(units.bytes(units.u32()));
+    const unsigned type = (unit.u16() >> 9) & 0x3f;
+    if (type != prefixSei && type != suffixSei) continue;
+    const unsigned message = unit.u8();
+    const ByteView payload = unit.bytes(unit.u8());
+    if (message != depthRepresentation) continue;
+    BitReader bits(payload);
+    for (int flag = 0; flag < 4; ++flag) bits.bit();  // which of z near, z far, d min and d max follow
+    const std::uint32_t representation = bits.exponentialGolomb();
+    return representation == 1 || representation == 3;
+  }
+  return false;
+}
+
+bool subtypeSaysDisparity(ByteView subtype) {
+  try {
+    return subtype.size() >= 4 && representsDisparity(subtype);
+  } catch (const MalformedContainer&) {
+    return false;
+  }
+}
+
+bool xmpSaysDisparity(const Container& container, const Item& item) {
+  const auto blocks = container.itemsReferringTo(item.id, fourCC("cdsc"));
+  return std::any_of(blocks.begin(), blocks.end(), [&](const Item* block) {
+    if (block->type != fourCC("mime") || block->contentType != "application/rdf+xml") return false;
+    const auto packet = itemData(container, *block, kMaximumXmpBytes);
+    return packet && xmpTextOf(*packet, "AuxiliaryImageType") == "disparity";
+  });
+}
+
+std::optional<Kind> kindOf(const Container& container, const Item& item, const AuxiliaryType& type) {
+  if (type.urn == "urn:com:apple:photo:2018:aux:portraiteffectsmatte") return Kind::portraitEffectsMatte;
+  if (isSemanticMatte(type.urn)) return Kind::semanticSegmentationMatte;
+  if (isGainMap(type.urn)) return Kind::hdrGainMap;
+  if (!isDepth(type.urn)) return std::nullopt;
+  const bool disparity = subtypeSaysDisparity(type.subtype) || xmpSaysDisparity(container, item);
+  return disparity ? Kind::disparity : Kind::depth;
+}
+
+AuxiliaryImage describe(const Container& container, const Item& item, Kind kind, std::string type) {
+  const ImageSize size = storedSize(container, item).value_or(ImageSize{});
+  return {kind, size.width, size.height, std::move(type)};
+}
+
+/// The gain maps of tone-mapped renditions (ISO/IEC 23008-12:2022/Amd 1): a tmap item is derived from its base image
+/// and, second, from the gain map.
+void appendToneMapGainMaps(const Container& container, const Item& base, std::vector<AuxiliaryImage>& images) {
+  for (const Item* rendition : container.itemsReferringTo(base.id, fourCC("dimg"))) {
+    if (rendition->type != fourCC("tmap")) continue;
+    const auto inputs = container.referencesFrom(rendition->id, fourCC("dimg"));
+    const Item* const gainMap = inputs.size() == 2 && inputs[0] == base.id ? container.find(inputs[1]) : nullptr;
+    if (gainMap != nullptr) images.push_back(describe(container, *gainMap, Kind::hdrGainMap, "tmap"));
+  }
+}
+
+/// The auxiliary images of `image` of the kinds that are reported, in item order; alpha is none of them.
+std::vector<AuxiliaryImage> auxiliaryImagesOf(const Container& container, const Item& image) {
+  std::vector<AuxiliaryImage> images;
+  for (const Item* item : container.itemsReferringTo(image.id, fourCC("auxl"))) {
+    const auto type = auxiliaryTypeOf(container, *item);
+    const auto kind = type ? kindOf(container, *item, *type) : std::nullopt;
+    if (kind) images.push_back(describe(container, *item, *kind, type->urn));
+  }
+  appendToneMapGainMaps(container, image, images);
+  return images;
+}
 
 constexpr std::size_t kMaximumMetadataBytes = std::size_t{64} << 20;
 

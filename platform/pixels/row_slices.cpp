@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <vector>
 
-#include "platform/threads/parallel.h"
+#include "platform/threads/threads.h"
 
 namespace quellor::pixels {
 namespace {

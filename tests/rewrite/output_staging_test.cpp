@@ -7,7 +7,6 @@
 #include <gtest/gtest.h>
 
 #include "protocol/failure.h"
-#include "rewrite/staged_file.h"
 #include "tests/support/fake_platform.h"
 
 namespace quellor {

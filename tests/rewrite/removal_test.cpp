@@ -13,7 +13,7 @@
 #include <gtest/gtest.h>
 
 #include "platform/heif/container_reader.h"
-#include "platform/heif/output_metadata.h"
+#include "platform/heif/output_editing.h"
 #include "platform/heif/primary_copy.h"
 #include "platform/image_services.h"
 #include "protocol/failure.h"

@@ -4,8 +4,7 @@
 #include "platform/heif/container_reader.h"
 #include "platform/heif/heif_facts.h"
 #include "platform/heif/item_properties.h"
-#include "platform/heif/output_metadata.h"
-#include "platform/heif/output_properties.h"
+#include "platform/heif/output_editing.h"
 #include "platform/heif/primary_copy.h"
 #include "tests/support/heif_output.h"
 

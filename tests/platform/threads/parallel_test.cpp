@@ -1,10 +1,10 @@
-#include "platform/threads/parallel.h"
-
 #include <atomic>
 #include <new>
 #include <vector>
 
 #include <gtest/gtest.h>
+
+#include "platform/threads/threads.h"
 
 namespace quellor {
 namespace {

@@ -1,3 +1,5 @@
+#include "platform/threads/threads.h"
+
 #include <algorithm>
 #include <sched.h>
 #include <sys/resource.h>
@@ -5,8 +7,6 @@
 #include <unistd.h>
 
 #include <gtest/gtest.h>
-
-#include "platform/threads/startable_threads.h"
 
 namespace quellor {
 namespace {

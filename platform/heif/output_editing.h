@@ -3,9 +3,8 @@
 
 #include "platform/heif/output_file.h"
 #include "platform/values/color.h"
+#include "platform/values/metadata_blocks.h"
 
-/// Changes of the primary image's properties. A property that other items share keeps its bytes: the primary item is
-/// given another one.
 namespace quellor::heif {
 
 /// Makes the primary item and its alpha image read as `orientation`, 1 to 8 with the meaning of the Exif tag. An item
@@ -23,5 +22,9 @@ void setColor(OutputFile& file, const std::optional<Bytes>& icc, const Cicp& cic
 /// coded image and its alpha, sizes, channel depths and colour stated, a clean aperture of whole samples that begins
 /// at the first). A copy says what its source said.
 void declareMiaf(OutputFile& file);
+
+/// Adds hidden items for the Exif block and the XMP packet (ISO/IEC 23008-12, annex A.2 and A.3) that describe the
+/// primary item, with ids that no item has. An empty block, and IPTC, is not written.
+void addMetadata(OutputFile& file, const MetadataBlocks& blocks);
 
 }  // namespace quellor::heif
