@@ -29,7 +29,7 @@ Raster padded(const Raster& raster, heif::ImageSize coded) {
   const bool grey = raster.model == SampleModel::grey;
   const formats::PlaneLayout layout{raster.model, grey ? 1U : 2U, grey ? 1U : 2U, raster.bitsPerComponent};
   const formats::Planes planes(layout, coded.width, coded.height, false);
-  const std::size_t sampleBytes = formats::bytesPerSample(raster.bitsPerComponent);
+  const std::size_t sampleBytes = bytesPerSample(raster.bitsPerComponent);
   for (std::size_t i = 0; i < raster.components.size(); ++i) {
     const Component& from = raster.components[i];
     const Component& to = planes.raster().components[i];
@@ -132,7 +132,7 @@ Raster alphaOf(const Raster& raster) {
 }
 
 bool isEncodable(const Raster& raster) {
-  const std::size_t step = formats::bytesPerSample(raster.bitsPerComponent);
+  const std::size_t step = bytesPerSample(raster.bitsPerComponent);
   const auto isPlanar = [step](const Component& component) { return component.stepBytes == step; };
   const bool grey = raster.model == SampleModel::grey;
   return (grey || raster.model == SampleModel::ycbcr) && raster.components.size() == (grey ? 1U : 3U) &&

@@ -11,13 +11,6 @@
 namespace quellor::formats {
 namespace {
 
-std::uint32_t sampleAt(const std::uint8_t* at, std::size_t sampleBytes) {
-  if (sampleBytes == 1) return *at;
-  std::uint16_t sample = 0;
-  std::memcpy(&sample, at, sizeof sample);
-  return sample;
-}
-
 /// The component of `raster` with the range of values stretched to that of `bits`, in memory of its own.
 Component stretched(const Component& from, int fromBits, int bits, std::shared_ptr<const void>& owner) {
   const Planes planes({SampleModel::grey, 1, 1, bits}, from.width, from.height, false);
@@ -27,7 +20,7 @@ Component stretched(const Component& from, int fromBits, int bits, std::shared_p
     const std::uint8_t* in = from.firstSample + y * from.strideBytes;
     std::uint8_t* out = planes.at(0, 0, y);
     for (std::uint32_t x = 0; x < from.width; ++x, in += from.stepBytes, out += toBytes) {
-      const std::uint32_t sample = std::min(sampleAt(in, fromBytes), fromGreatest);
+      const std::uint32_t sample = std::min<std::uint32_t>(loadSample(in, fromBytes), fromGreatest);
       const auto value = static_cast<std::uint16_t>((sample * greatest + fromGreatest / 2) / fromGreatest);
       if (toBytes == 1) {
         *out = static_cast<std::uint8_t>(value);

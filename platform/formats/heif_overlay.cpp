@@ -46,23 +46,16 @@ Placement placementOf(const Raster& input, heif::ImageOverlay::Offset offset, he
   return {across.from, down.from, across.to, down.to, across.size, down.size};
 }
 
-template <typename Sample>
-Sample read(const std::uint8_t* from) {
-  Sample sample;
-  std::memcpy(&sample, from, sizeof sample);
-  return sample;
-}
-
 /// Draws one row of one colour. `alpha` is null for an opaque input.
 template <typename Sample>
 void drawRow(const std::uint8_t* from, std::size_t fromStep, const std::uint8_t* alpha, std::size_t alphaStep,
              std::uint8_t* to, std::uint32_t count, std::uint32_t greatest, bool premultiplied) {
   for (std::uint32_t x = 0; x < count; ++x, from += fromStep, to += sizeof(Sample)) {
-    std::uint32_t value = std::min<std::uint32_t>(read<Sample>(from), greatest);
+    std::uint32_t value = std::min<std::uint32_t>(loadSample<Sample>(from), greatest);
     if (alpha != nullptr) {
-      const std::uint32_t opacity = std::min<std::uint32_t>(read<Sample>(alpha + x * alphaStep), greatest);
+      const std::uint32_t opacity = std::min<std::uint32_t>(loadSample<Sample>(alpha + x * alphaStep), greatest);
       const std::uint64_t above = std::uint64_t{value} * (premultiplied ? greatest : opacity);
-      const std::uint64_t below = std::uint64_t{read<Sample>(to)} * (greatest - opacity);
+      const std::uint64_t below = std::uint64_t{loadSample<Sample>(to)} * (greatest - opacity);
       value = std::min(static_cast<std::uint32_t>((above + below + greatest / 2) / greatest), greatest);
     }
     const auto sample = static_cast<Sample>(value);

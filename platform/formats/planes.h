@@ -19,8 +19,6 @@ struct PlaneLayout {
 /// The layout of a planar or interleaved raster, as the sizes of its components tell it.
 PlaneLayout layoutOf(const Raster& raster);
 
-constexpr std::size_t bytesPerSample(int bits) { return bits > 8 ? 2 : 1; }
-
 /// Planes in one block of memory that are written piece by piece, then handed out as a raster. Different threads may
 /// write different samples.
 class Planes {

@@ -61,20 +61,20 @@ std::optional<Cicp> readCicp(ByteReader reader) {
 }
 
 /// A rotation or mirroring of the plane: the images of the unit vectors, y pointing down.
-struct Turn {
+struct Orientation {
   int xx, xy, yx, yy;
 
-  friend bool operator==(const Turn&, const Turn&) = default;
+  friend bool operator==(const Orientation&, const Orientation&) = default;
 
-  /// This turn after `first`.
-  [[nodiscard]] Turn after(const Turn& first) const {
+  /// This one after `first`.
+  [[nodiscard]] Orientation after(const Orientation& first) const {
     return {xx * first.xx + xy * first.yx, xx * first.xy + xy * first.yy, yx * first.xx + yy * first.yx,
             yx * first.xy + yy * first.yy};
   }
 };
 
 /// What each Exif orientation (Exif 2.32, tag 0x0112) does to the stored image to show it: entry i is value i + 1.
-constexpr std::array<Turn, 8> kOrientations = {{{1, 0, 0, 1},
+constexpr std::array<Orientation, 8> kOrientations = {{{1, 0, 0, 1},
                                                 {-1, 0, 0, 1},
                                                 {-1, 0, 0, -1},
                                                 {1, 0, 0, -1},
@@ -84,13 +84,13 @@ constexpr std::array<Turn, 8> kOrientations = {{{1, 0, 0, 1},
                                                 {0, 1, -1, 0}}};
 
 /// irot turns anticlockwise by quarters (23008-12, 6.5.10).
-Turn rotation(ByteReader reader) {
+Orientation rotation(ByteReader reader) {
   constexpr std::array<int, 4> orientationOfQuarters = {1, 8, 3, 6};
   return kOrientations[static_cast<std::size_t>(orientationOfQuarters[reader.u8() & 3u] - 1)];
 }
 
 /// imir exchanges top and bottom for 0, left and right for 1 (23008-12:2022, 6.5.12: as Exif 4 and 2).
-Turn mirroring(ByteReader reader) { return kOrientations[(reader.u8() & 1) == 0 ? 3 : 1]; }
+Orientation mirroring(ByteReader reader) { return kOrientations[(reader.u8() & 1) == 0 ? 3 : 1]; }
 
 std::optional<int> bitsFromPixi(ByteReader reader) {
   reader.u32();
@@ -145,16 +145,16 @@ std::optional<ImageSize> storedSize(const Container& container, const Item& item
 }
 
 std::optional<int> orientationOf(const Container& container, const Item& item) {
-  std::optional<Turn> turn;
+  std::optional<Orientation> orientation;
   for (const PropertyAssociation& association : item.properties) {
     const Property& property = container.properties[association.index];
     const bool rotates = property.type == fourCC("irot"), mirrors = property.type == fourCC("imir");
     if ((!rotates && !mirrors) || property.payload.empty()) continue;
     const ByteReader reader(property.payload);
-    turn = (rotates ? rotation(reader) : mirroring(reader)).after(turn.value_or(kOrientations[0]));
+    orientation = (rotates ? rotation(reader) : mirroring(reader)).after(orientation.value_or(kOrientations[0]));
   }
-  if (!turn) return std::nullopt;
-  const auto* const found = std::find(kOrientations.begin(), kOrientations.end(), *turn);
+  if (!orientation) return std::nullopt;
+  const auto* const found = std::find(kOrientations.begin(), kOrientations.end(), *orientation);
   return static_cast<int>(found - kOrientations.begin()) + 1;
 }
 

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "platform/metadata/exif_directories.h"
+#include "platform/metadata/tiff_writing.h"
 
 namespace quellor {
 
@@ -15,7 +16,6 @@ namespace {
 
 using namespace metadata;
 
-constexpr std::size_t kHeaderSize = 8;
 constexpr std::size_t kInlineValueSize = 4;
 constexpr std::uint16_t kTiffMagic = 42;
 
@@ -79,73 +79,54 @@ class FieldCollector {
   std::size_t bytesLeft_;
 };
 
+/// Values begin on even offsets (TIFF 6.0, section 2).
+std::size_t paddedSize(const Bytes& value) { return value.size() + value.size() % 2; }
+
+/// Of a directory with its link and the values that stand behind it.
+std::size_t directorySize(const std::vector<Field>& fields, std::size_t more = 0) {
+  std::size_t size = tiffDirectorySize(fields.size() + more) + kTiffLinkSize;
+  for (const Field& field : fields) {
+    if (field.value.size() > kInlineValueSize) size += paddedSize(field.value);
+  }
+  return size;
+}
+
 /// Writes a block: directories one behind the other, each with its values right after it.
 class BlockWriter {
  public:
-  explicit BlockWriter(ByteOrder order) : order_(order) {
-    const std::uint8_t mark = order == ByteOrder::bigEndian ? 'M' : 'I';
-    bytes_ = {mark, mark};
-    append(kTiffMagic, 2);
-    append(kHeaderSize, 4);
+  explicit BlockWriter(ByteOrder order) : order_(order), bytes_(kTiffHeaderSize) {
+    bytes_[0] = bytes_[1] = order == ByteOrder::bigEndian ? 'M' : 'I';
+    writeUnsigned(bytes_, 2, kTiffMagic, 2, order);
+    writeUnsigned(bytes_, 4, kTiffHeaderSize, 4, order);
   }
-
-  [[nodiscard]] std::size_t size() const { return bytes_.size(); }
 
   void appendDirectory(const std::vector<Field>& fields) {
-    append(fields.size(), 2);
-    std::size_t valuePosition = size() + fields.size() * 12 + 4;
+    const std::size_t position = bytes_.size();
+    bytes_.resize(position + directorySize(fields));
+    std::size_t valuePosition = position + tiffDirectorySize(fields.size()) + kTiffLinkSize;
+    std::vector<RawTiffEntry> entries;
     for (const Field& field : fields) {
-      append(field.tag, 2);
-      append(field.type, 2);
-      append(field.count, 4);
+      const auto type = static_cast<TiffType>(field.type);
       if (field.value.size() <= kInlineValueSize) {
-        appendBytes(field.value, kInlineValueSize);
-      } else {
-        append(valuePosition, 4);
-        valuePosition += paddedSize(field.value);
+        entries.push_back(tiffEntry(field.tag, type, field.count, field.value, order_));
+        continue;
       }
+      entries.push_back(tiffEntry(field.tag, type, field.count, unsignedBytes(valuePosition, 4, order_), order_));
+      std::copy(field.value.begin(), field.value.end(), bytes_.begin() + static_cast<std::ptrdiff_t>(valuePosition));
+      valuePosition += paddedSize(field.value);
     }
-    append(0, 4);  // no next directory
-    for (const Field& field : fields) {
-      if (field.value.size() > kInlineValueSize) appendBytes(field.value, paddedSize(field.value));
-    }
+    writeTiffDirectory(bytes_, position, entries, 0, order_);
   }
-
-  [[nodiscard]] Field pointer(std::uint16_t tag, std::size_t position) const {
-    BlockWriter value(order_);
-    value.bytes_.clear();
-    value.append(position, 4);
-    return {tag, static_cast<std::uint16_t>(TiffType::longInteger), 1, std::move(value.bytes_)};
-  }
-
-  /// Values begin on even offsets (TIFF 6.0, section 2).
-  static std::size_t paddedSize(const Bytes& value) { return value.size() + value.size() % 2; }
 
   Bytes take() { return std::move(bytes_); }
 
  private:
-  void append(std::uint64_t number, int size) {
-    for (int i = 0; i < size; ++i) {
-      const int shift = 8 * (order_ == ByteOrder::bigEndian ? size - 1 - i : i);
-      bytes_.push_back(static_cast<std::uint8_t>(number >> shift));
-    }
-  }
-
-  void appendBytes(const Bytes& value, std::size_t size) {
-    bytes_.insert(bytes_.end(), value.begin(), value.end());
-    bytes_.resize(bytes_.size() + size - value.size());
-  }
-
   ByteOrder order_;
   Bytes bytes_;
 };
 
-std::size_t directorySize(const std::vector<Field>& fields, std::size_t more = 0) {
-  std::size_t size = 2 + (fields.size() + more) * 12 + 4;
-  for (const Field& field : fields) {
-    if (field.value.size() > kInlineValueSize) size += BlockWriter::paddedSize(field.value);
-  }
-  return size;
+Field pointer(std::uint16_t tag, std::size_t position, ByteOrder order) {
+  return {tag, static_cast<std::uint16_t>(TiffType::longInteger), 1, unsignedBytes(position, 4, order)};
 }
 
 bool isDescriptive(std::uint16_t tag) {
@@ -164,15 +145,15 @@ std::optional<Bytes> buildBlock(const ExifDirectories& source) {
   if (first.empty() && exif.empty() && gps.empty()) return std::nullopt;
 
   const std::size_t pointers = (exif.empty() ? 0U : 1U) + (gps.empty() ? 0U : 1U);
-  const std::size_t exifPosition = kHeaderSize + directorySize(first, pointers);
+  const std::size_t exifPosition = kTiffHeaderSize + directorySize(first, pointers);
   const std::size_t gpsPosition = exifPosition + (exif.empty() ? 0 : directorySize(exif));
   const std::size_t total = gpsPosition + (gps.empty() ? 0 : directorySize(gps));
   if (total > std::numeric_limits<std::uint32_t>::max()) return std::nullopt;
 
   BlockWriter writer(source.block.order);
   // Every descriptive tag but Copyright and the titles is below the two pointers; the order is restored here.
-  if (!exif.empty()) first.push_back(writer.pointer(exif_tag::kExifPointer, exifPosition));
-  if (!gps.empty()) first.push_back(writer.pointer(exif_tag::kGpsPointer, gpsPosition));
+  if (!exif.empty()) first.push_back(pointer(exif_tag::kExifPointer, exifPosition, source.block.order));
+  if (!gps.empty()) first.push_back(pointer(exif_tag::kGpsPointer, gpsPosition, source.block.order));
   std::sort(first.begin(), first.end(), [](const Field& a, const Field& b) { return a.tag < b.tag; });
   writer.appendDirectory(first);
   if (!exif.empty()) writer.appendDirectory(exif);

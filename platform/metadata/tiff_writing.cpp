@@ -19,13 +19,23 @@ void writeUnsigned(Bytes& block, std::size_t position, std::uint64_t number, std
   store(block, position, number, size, order);
 }
 
-RawTiffEntry shortTiffEntry(std::uint16_t tag, std::uint16_t value, ByteOrder order) {
+RawTiffEntry tiffEntry(std::uint16_t tag, TiffType type, std::uint32_t count, ByteView value, ByteOrder order) {
   RawTiffEntry entry{};
   store(entry, 0, tag, 2, order);
-  store(entry, 2, static_cast<std::uint16_t>(TiffType::shortInteger), 2, order);
-  store(entry, 4, 1, 4, order);
-  store(entry, 8, value, 2, order);
+  store(entry, 2, static_cast<std::uint16_t>(type), 2, order);
+  store(entry, 4, count, 4, order);
+  std::copy(value.begin(), value.end(), entry.begin() + kTiffValueInEntry);
   return entry;
+}
+
+RawTiffEntry shortTiffEntry(std::uint16_t tag, std::uint16_t value, ByteOrder order) {
+  return tiffEntry(tag, TiffType::shortInteger, 1, unsignedBytes(value, 2, order), order);
+}
+
+Bytes unsignedBytes(std::uint64_t number, std::size_t size, ByteOrder order) {
+  Bytes bytes(size);
+  store(bytes, 0, number, size, order);
+  return bytes;
 }
 
 std::uint16_t tagOf(const RawTiffEntry& entry, ByteOrder order) {

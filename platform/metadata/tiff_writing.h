@@ -12,6 +12,7 @@ namespace quellor::metadata {
 
 inline constexpr std::size_t kTiffHeaderSize = 8;
 inline constexpr std::size_t kTiffEntrySize = 12;
+inline constexpr std::size_t kTiffValueInEntry = 8;  // where the value, or its offset, stands in an entry
 inline constexpr std::size_t kTiffLinkSize = 4;
 inline constexpr std::size_t kTiffMaximumEntries = 0xFFFF;
 
@@ -23,6 +24,12 @@ constexpr std::size_t tiffDirectorySize(std::size_t entries) { return 2 + entrie
 
 /// Writes the lowest `size` bytes of `number` at `position`.
 void writeUnsigned(Bytes& block, std::size_t position, std::uint64_t number, std::size_t size, ByteOrder order);
+
+/// The same bytes by themselves.
+Bytes unsignedBytes(std::uint64_t number, std::size_t size, ByteOrder order);
+
+/// An entry of `count` values; `value` is they themselves where they take no more than 4 bytes, else their offset.
+RawTiffEntry tiffEntry(std::uint16_t tag, TiffType type, std::uint32_t count, ByteView value, ByteOrder order);
 
 /// An entry with one SHORT.
 RawTiffEntry shortTiffEntry(std::uint16_t tag, std::uint16_t value, ByteOrder order);

@@ -48,20 +48,6 @@ Raster handedBack(const Raster& raster, const RasterForm& form) {
   return result;
 }
 
-PlaneForm sourceForm(const Raster& raster, const RasterForm& form) {
-  PlaneForm from;
-  from.rgb = raster.model != SampleModel::ycbcr || form.greenBlueRed;
-  from.bits = raster.bitsPerComponent;
-  from.fullRange = form.fullRange;
-  if (from.rgb) return from;
-  from.subsampling = form.subsampling;
-  from.phase = raster.chromaPhase;
-  from.siting = raster.chromaSiting;
-  from.coding = raster.coding;
-  from.coding.matrixCoefficients = form.matrix;
-  return from;
-}
-
 PlaneForm resultForm(const Raster& raster, const PlaneForm& from, int bits) {
   PlaneForm to;
   to.bits = bits;
@@ -83,7 +69,7 @@ std::optional<Raster> encodingForm(const Raster& raster) {
   const int bits = encodingBits(raster.bitsPerComponent);
   const bool color = raster.model != SampleModel::grey;
   const EncodingPlanes planes(raster.width, raster.height, bits, color, raster.alpha.has_value());
-  const PlaneForm from = sourceForm(raster, *form);
+  const PlaneForm from = codedForm(raster, *form);
   const PlaneForm to = resultForm(raster, from, bits);
   const std::optional<ColorRows> source = color ? std::optional(ColorRows(raster, *form)) : std::nullopt;
   const SampleTable greyValues(raster.bitsPerComponent, form->fullRange, bits);

@@ -7,13 +7,6 @@ namespace quellor::pixels {
 namespace {
 
 template <typename Sample>
-Sample read(const std::uint8_t* from) {
-  Sample sample;
-  std::memcpy(&sample, from, sizeof sample);
-  return sample;
-}
-
-template <typename Sample>
 void copy(const Component& component, std::uint64_t row, std::uint32_t left, std::uint32_t right, std::uint8_t* to) {
   const std::uint8_t* const line =
       component.firstSample + std::min<std::uint64_t>(row, component.height - 1) * component.strideBytes;
@@ -29,7 +22,7 @@ void copy(const Component& component, std::uint64_t row, std::uint32_t left, std
     }
   }
   if (end == right) return;
-  const auto last = read<Sample>(line + (component.width - 1) * step);
+  const auto last = loadSample<Sample>(line + (component.width - 1) * step);
   for (std::uint32_t x = end; x < right; ++x, to += sizeof(Sample)) std::memcpy(to, &last, sizeof(Sample));
 }
 
@@ -41,8 +34,8 @@ void removeInk(const Component& black, std::uint32_t greatest, std::uint64_t row
       black.firstSample + std::min<std::uint64_t>(row, black.height - 1) * black.strideBytes;
   for (std::uint32_t x = left; x < right; ++x, to += sizeof(Sample)) {
     const std::uint8_t* const at = line + std::min(x, black.width - 1) * black.stepBytes;
-    const std::uint64_t light = greatest - std::min<std::uint32_t>(read<Sample>(to), greatest);
-    const std::uint64_t paper = greatest - std::min<std::uint32_t>(read<Sample>(at), greatest);
+    const std::uint64_t light = greatest - std::min<std::uint32_t>(loadSample<Sample>(to), greatest);
+    const std::uint64_t paper = greatest - std::min<std::uint32_t>(loadSample<Sample>(at), greatest);
     const auto color = static_cast<Sample>((light * paper + greatest / 2) / greatest);
     std::memcpy(to, &color, sizeof color);
   }

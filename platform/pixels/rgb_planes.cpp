@@ -48,21 +48,9 @@ class RgbPlanes final : public RowSink {
   std::shared_ptr<std::uint8_t> memory_;
 };
 
-PlaneForm lumaForm(const Raster& raster, const RasterForm& form) {
-  PlaneForm from;
-  from.subsampling = form.subsampling;
-  from.phase = raster.chromaPhase;
-  from.siting = raster.chromaSiting;
-  from.bits = raster.bitsPerComponent;
-  from.fullRange = form.fullRange;
-  from.coding = raster.coding;
-  from.coding.matrixCoefficients = form.matrix;
-  return from;
-}
-
 bool convertLuma(const Raster& raster, const RasterForm& form, RgbPlanes& planes) {
   const ColorRows source(raster, form);
-  const PlaneForm from = lumaForm(raster, form);
+  const PlaneForm from = codedForm(raster, form);
   PlaneForm to;
   to.rgb = true;
   to.bits = raster.bitsPerComponent;

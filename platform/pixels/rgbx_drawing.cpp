@@ -26,13 +26,6 @@ struct Piece {
   std::uint32_t right;
 };
 
-std::uint16_t sampleAt(const std::uint8_t* samples, std::size_t sampleBytes, std::size_t index) {
-  if (sampleBytes == 1) return samples[index];
-  std::uint16_t sample = 0;
-  std::memcpy(&sample, samples + index * sizeof sample, sizeof sample);
-  return sample;
-}
-
 /// The pixels of one picture, drawn colour by colour.
 class Canvas {
  public:
@@ -55,7 +48,7 @@ class Canvas {
   void drawOpaque(std::size_t color, const Piece& piece, std::size_t sampleBytes, const SampleTable& values) const {
     std::uint8_t* to = at(color, piece);
     for (std::uint32_t i = 0; i < piece.right - piece.left; ++i, to += kPixelBytes) {
-      *to = static_cast<std::uint8_t>(values[sampleAt(piece.samples, sampleBytes, i)]);
+      *to = static_cast<std::uint8_t>(values[loadSample(piece.samples + i * sampleBytes, sampleBytes)]);
     }
     if (color == 0) drawFourthBytes(piece);
   }
@@ -71,9 +64,10 @@ class Canvas {
     copySamples(*alpha_, alphaBytes, piece.row, piece.left, piece.right, alphaRow.data());
     std::uint8_t* to = at(color, piece);
     for (std::uint32_t i = 0; i < piece.right - piece.left; ++i, to += kPixelBytes) {
-      const std::uint32_t sample = sampleAt(piece.samples, sampleBytes, i);
+      const std::uint32_t sample = loadSample(piece.samples + i * sampleBytes, sampleBytes);
       const std::uint32_t value = std::clamp(sample, range.black, range.black + range.span) - range.black;
-      const std::uint32_t alpha = std::min<std::uint32_t>(sampleAt(alphaRow.data(), alphaBytes, i), opaque);
+      const std::uint32_t alpha =
+          std::min<std::uint32_t>(loadSample(alphaRow.data() + i * alphaBytes, alphaBytes), opaque);
       // Never negative, and std::lround is a call.  NOLINTNEXTLINE(bugprone-incorrect-roundings)
       *to = static_cast<std::uint8_t>(static_cast<double>(value) * alpha * scale + 0.5);
     }
@@ -123,14 +117,7 @@ class ConvertedRows final : public RowSink {
 
 bool drawLuma(const Raster& raster, const RasterForm& form, const Canvas& canvas) {
   const ColorRows source(raster, form);
-  PlaneForm from;
-  from.subsampling = form.subsampling;
-  from.phase = raster.chromaPhase;
-  from.siting = raster.chromaSiting;
-  from.bits = raster.bitsPerComponent;
-  from.fullRange = form.fullRange;
-  from.coding = raster.coding;
-  from.coding.matrixCoefficients = form.matrix;
+  const PlaneForm from = codedForm(raster, form);
   return forEachSlice(raster.height, raster.width, [&](RowSlice slice) {
     ConvertedRows sink(canvas, raster.width);
     PlaneForm to;

@@ -199,6 +199,20 @@ Cicp colorOf(const PlaneForm& from, const PlaneForm& to) {
 
 }  // namespace
 
+PlaneForm codedForm(const Raster& raster, const RasterForm& form) {
+  PlaneForm from;
+  from.rgb = raster.model != SampleModel::ycbcr || form.greenBlueRed;
+  from.bits = raster.bitsPerComponent;
+  from.fullRange = form.fullRange;
+  if (from.rgb) return from;
+  from.subsampling = form.subsampling;
+  from.phase = raster.chromaPhase;
+  from.siting = raster.chromaSiting;
+  from.coding = raster.coding;
+  from.coding.matrixCoefficients = form.matrix;
+  return from;
+}
+
 bool convertRows(std::uint32_t width, std::uint32_t height, RowSlice slice, const ColorRows& source,
                  const PlaneForm& from, const PlaneForm& to, RowSink& sink) {
   const std::uint32_t firstRow = slice.first - std::min(slice.first, kContextRows);

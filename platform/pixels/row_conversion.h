@@ -22,6 +22,9 @@ struct PlaneForm {
   Cicp coding;
 };
 
+/// The side that is read of a raster.
+PlaneForm codedForm(const Raster& raster, const RasterForm& form);
+
 /// Takes the rows that a conversion makes.
 class RowSink {
  public:

@@ -5,7 +5,6 @@
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
 #include <limits>
 
 namespace quellor {
@@ -18,10 +17,8 @@ constexpr std::size_t kMostBlocks = 4096;
 constexpr std::size_t kFewestWithContrast = 8;
 
 /// The eight most significant bits of a sample.
-std::uint8_t sampleAt(const std::uint8_t* at, int bits) {
-  if (bits <= 8) return *at;
-  std::uint16_t sample = 0;
-  std::memcpy(&sample, at, sizeof sample);
+std::uint8_t mostSignificantBits(const std::uint8_t* at, int bits) {
+  const unsigned sample = loadSample(at, bytesPerSample(bits));
   return static_cast<std::uint8_t>(std::min<unsigned>(sample >> (bits - 8), std::numeric_limits<std::uint8_t>::max()));
 }
 
@@ -36,7 +33,7 @@ BlockFacts factsOf(const Component& luma, int bits, std::size_t left, std::size_
   for (std::size_t y = top; y < top + kBlock; ++y) {
     const std::uint8_t* at = luma.firstSample + y * luma.strideBytes + left * luma.stepBytes;
     for (std::size_t x = 0; x < kBlock; ++x, at += luma.stepBytes) {
-      const std::uint8_t sample = sampleAt(at, bits);
+      const std::uint8_t sample = mostSignificantBits(at, bits);
       ++counts[sample];
       least = std::min<int>(least, sample);
       greatest = std::max<int>(greatest, sample);

@@ -1,6 +1,7 @@
 #pragma once
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <memory>
 #include <optional>
 #include <vector>
@@ -59,6 +60,20 @@ struct Component {
   std::uint32_t width = 0;  // in samples, less than the image's where the component is subsampled
   std::uint32_t height = 0;
 };
+
+constexpr std::size_t bytesPerSample(int bits) { return bits > 8 ? 2 : 1; }
+constexpr std::uint32_t greatestSample(int bits) { return (1U << bits) - 1; }
+
+/// A sample wherever it stands: those of two bytes need not be aligned.
+template <typename Sample>
+Sample loadSample(const std::uint8_t* from) {
+  Sample sample;
+  std::memcpy(&sample, from, sizeof sample);
+  return sample;
+}
+inline std::uint16_t loadSample(const std::uint8_t* from, std::size_t sampleBytes) {
+  return sampleBytes == 1 ? *from : loadSample<std::uint16_t>(from);
+}
 
 /// Decoded samples exactly as they were coded: no colour conversion, no rotation, clean aperture applied.
 ///
