@@ -37,8 +37,6 @@ constexpr std::uint32_t subsampled(std::uint64_t size, unsigned shift) {
 constexpr std::size_t bytesPerSample(int bits) { return bits > 8 ? 2 : 1; }
 constexpr std::uint32_t greatestSample(int bits) { return (1U << bits) - 1; }
 
-inline constexpr std::uint16_t kBt601Matrix = 6;  // ITU-T H.273, table 4
-
 /// What a raster's components are, once looked at.
 struct RasterForm {
   Subsampling subsampling;    // of a ycbcr raster
