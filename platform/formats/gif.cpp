@@ -111,7 +111,7 @@ bool RecordReader::readExtension() {
   GifByteType* block = nullptr;  // its size, then its bytes
   if (DGifGetExtension(gif_.get(), &label, &block) != GIF_OK) return false;
   const ByteView first = block == nullptr ? ByteView() : ByteView(block + 1, block[0]);
-  const bool packetFollows = label == APPLICATION_EXT_FUNC_CODE && !xmp_ && startsWith(first, "XMP DataXMP");
+  const bool isXmp = label == APPLICATION_EXT_FUNC_CODE && first.size() == 11 && startsWith(first, "XMP DataXMP");
   if (label == PLAINTEXT_EXT_FUNC_CODE) nextTransparentIndex_.reset();  // the control block before it was for this text
   if (label == GRAPHICS_EXT_FUNC_CODE && first.size() >= 4) {           // GIF89a, 23
     const bool transparent = (first[0] & 1) != 0;
@@ -119,7 +119,7 @@ bool RecordReader::readExtension() {
   }
   const ByteView subBlocks = rest_;
   if (block != nullptr && !skipSubBlocks()) return false;
-  if (packetFollows) xmp_ = xmpPacket(subBlocks.first(subBlocks.size() - rest_.size()));
+  if (isXmp && !xmp_) xmp_ = xmpPacket(subBlocks.first(subBlocks.size() - rest_.size()));
   return true;
 }
 
@@ -197,8 +197,9 @@ Outcome<ImageFacts> formats::describeGif(ByteView file) {
     const bool first = facts.imageCount == 0;
     if (first && !isInsideScreen(gif)) return Refusal{"the first frame leaves the screen"};
     if (first) facts.hasAlpha = reader.transparentIndex() || !coversScreen(gif);
-    if (!reader.skipImageData()) return Refusal{"the data of a frame are empty or end early"};
+    if (!reader.skipImageData()) return Refusal{"the data of a frame are empty, cut short or of no code size"};
   }
+  if (gif.Error == D_GIF_ERR_WRONG_RECORD) return Refusal{"a record is none that the format has"};
   if (!reader.atTrailer()) return Refusal{"a record is broken, or the file ends before its trailer"};
   if (facts.imageCount == 0) return Refusal{"there is no frame"};
   facts.metadata.xmp = reader.xmp();

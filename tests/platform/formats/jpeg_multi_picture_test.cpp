@@ -29,8 +29,8 @@ constexpr std::uint32_t kOriginal = 0x040000;
 constexpr std::uint32_t kGainMap = 0x050000;
 
 std::size_t imagesIn(const Bytes& file) {
-  static const ImageFormat& codec = test_support::imageFormat("JPEG");
-  const auto facts = codec.describe(file);
+  static const ImageFormat& format = test_support::imageFormat("JPEG");
+  const auto facts = format.describe(file);
   EXPECT_TRUE(facts);
   return facts ? facts->imageCount : 0;
 }
