@@ -161,5 +161,17 @@ TEST(JpegFormat, JoinsTheChunksOfAProfileByTheirNumbers) {
   EXPECT_FALSE(profileOf({{0xE2, bytesOf("MPF\0"s)}}));
 }
 
+TEST(JpegFormat, TakesAsManyMetadataSegmentsAsTheLargestFileHasRoomFor) {
+  const Bytes file = encodeJpeg({});
+  const auto withEmptySegments = [&file](std::size_t count) {
+    Bytes result(file.begin(), file.begin() + 2);
+    for (std::size_t i = 0; i < count; ++i) result.insert(result.end(), {0xFF, 0xE1, 0, 2});
+    result.insert(result.end(), file.begin() + 2, file.end());
+    return result;
+  };
+  EXPECT_TRUE(jpeg().describe(withEmptySegments(65536)));
+  EXPECT_FALSE(jpeg().describe(withEmptySegments(65537)));
+}
+
 }  // namespace
 }  // namespace quellor

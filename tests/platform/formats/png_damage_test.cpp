@@ -114,5 +114,12 @@ TEST(PngFormat, DecodesInSpiteOfAncillaryChunksOfNoUse) {
   EXPECT_FALSE(facts->dpiWidth);
 }
 
+TEST(PngFormat, ReadsManyChunksBehindTheImageDataInTimeInProportion) {
+  // Time that grows with the square of their number would not end before the limit of this program.
+  PngSpec spec = plainPng();
+  spec.chunksAfterData.assign(400000, {"tEXt", bytesOf("a\0b"s)});
+  EXPECT_TRUE(png().describe(encodePng(spec)));
+}
+
 }  // namespace
 }  // namespace quellor

@@ -82,7 +82,7 @@ TEST(Refusals, OfPngSayWhy) {
     return changed;
   };
   PngSpec interrupted = plainPng();
-  interrupted.chunksAfterData = {{"tEXt", bytesOf("a\0b"s)}, {"IDAT", {}}};
+  interrupted.chunksAfterData = {{"tEXt", bytesOf("a\0b"s)}, {"IDAT", {1, 2}}};
   PngSpec palette = plainPng();
   palette.colorType = 3;
   palette.palette.resize(2);
@@ -95,7 +95,7 @@ TEST(Refusals, OfPngSayWhy) {
                         {"cut", firstOf(file, file.size() - 1), "the file ends before its end chunk", kData},
                         {"wrong end", with(file, file.size() - 1, 0), "the end chunk is broken", kData},
                         {"no image data", withoutChunk(file, "IDAT"), "there is no image data", kChunk},
-                        {"image data twice", encodePng(interrupted), "the image data is interrupted", kData},
+                        {"more data behind a text", encodePng(interrupted), "the image data is interrupted", kTaken},
                         {"sides above 32768", withSides(0x80), kTaken, kTooLarge},
                         {"sides above 28672", withSides(0x70), kTaken, kTooShort},
                         {"index 3 of 2", encodePng(palette), kTaken, "a pixel has no color in the palette"}});
