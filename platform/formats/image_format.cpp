@@ -7,18 +7,12 @@
 #include <string_view>
 
 #include "platform/formats/hevc_modules.h"
+#include "platform/values/big_endian.h"
 
 namespace quellor {
 namespace {
 
 using namespace std::string_view_literals;
-
-std::string_view textAt(ByteView bytes, std::size_t offset, std::size_t size) {
-  if (offset > bytes.size() || size > bytes.size() - offset) return {};
-  return {reinterpret_cast<const char*>(bytes.data()) + offset, size};
-}
-
-bool startsWith(ByteView head, std::string_view signature) { return textAt(head, 0, signature.size()) == signature; }
 
 /// Brands of still images and image collections (ISO/IEC 23008-12, annexes B to L; 23000-22; AVIF 1.1), so that a
 /// film in the same container is not taken for one.
@@ -26,16 +20,16 @@ constexpr std::array kImageBrands = {"heic"sv, "heix"sv, "heim"sv, "heis"sv, "he
                                      "mif1"sv, "mif2"sv, "mif3"sv, "msf1"sv, "miaf"sv, "avif"sv, "avis"sv, "avci"sv,
                                      "avcs"sv, "jpeg"sv, "jpgs"sv, "j2ki"sv, "j2is"sv, "vvic"sv, "unif"sv, "1pic"sv};
 
+ByteView behind(ByteView head, std::size_t size) { return head.subspan(std::min(size, head.size())); }
+
 bool isHeif(ByteView head) {
-  if (textAt(head, 4, 4) != "ftyp"sv) return false;
-  const std::size_t boxSize =
-      std::size_t{head[0]} << 24 | std::size_t{head[1]} << 16 | std::size_t{head[2]} << 8 | std::size_t{head[3]};
-  const std::size_t end = std::min(boxSize, head.size());
+  if (!startsWith(behind(head, 4), "ftyp")) return false;
+  const std::size_t end = std::min<std::size_t>(bigEndian32(head, 0), head.size());
   for (std::size_t offset = 8; offset + 4 <= end; offset += 4) {
     const bool minorVersion = offset == 12;
     if (minorVersion) continue;
-    const std::string_view brand = textAt(head, offset, 4);
-    if (std::find(kImageBrands.begin(), kImageBrands.end(), brand) != kImageBrands.end()) return true;
+    const auto isBrand = [rest = head.subspan(offset)](std::string_view each) { return startsWith(rest, each); };
+    if (std::any_of(kImageBrands.begin(), kImageBrands.end(), isBrand)) return true;
   }
   return false;
 }
@@ -77,7 +71,7 @@ const ImageFormat* formatOf(ByteView head) {
   if (startsWith(head, "\xff\xd8\xff"sv)) return &kJpeg;
   if (startsWith(head, "\x89PNG\r\n\x1a\n"sv)) return &kPng;
   if (isTiff(head)) return &kTiff;
-  if (startsWith(head, "RIFF"sv) && textAt(head, 8, 4) == "WEBP"sv) return &kWebp;
+  if (startsWith(head, "RIFF"sv) && startsWith(behind(head, 8), "WEBP"sv)) return &kWebp;
   if (startsWith(head, "GIF87a"sv) || startsWith(head, "GIF89a"sv)) return &kGif;
   return nullptr;
 }

@@ -1,5 +1,3 @@
-#include "platform/formats/jpeg_decode.h"
-
 #include <array>
 #include <cstdint>
 #include <span>
@@ -13,16 +11,15 @@ namespace quellor::jpeg {
 namespace {
 
 constexpr int kComponentLimit = 4;
-constexpr std::uint16_t kBt601Matrix = 6;  // H.273 table 4; T.871 clause 7 gives JFIF the BT.601 equations
 static_assert(sizeof(std::size_t) >= 8, "sizes of at most 65535 x 65535 x 4 samples are not checked further");
 
 std::span<const jpeg_component_info> componentsOf(const jpeg_decompress_struct& info) {
   return {info.comp_info, static_cast<std::size_t>(info.num_components)};
 }
 
-/// Refuses sizes that the file can hardly hold before they are allocated. A Huffman code has one bit or more and a
-/// block has one code or more. Arithmetic coding has no such floor, and nobody makes large images with it.
-bool mayHoldItsBlocks(const jpeg_decompress_struct& info, std::size_t fileSize) {
+/// Whether a file of that size can hold the image: asked before memory is taken for it. A Huffman code has one bit or
+/// more and a block has one code or more. Arithmetic coding has no such floor, and nobody makes large images with it.
+bool canHoldImage(const jpeg_decompress_struct& info, std::size_t fileSize) {
   constexpr std::uint64_t kMaximumArithmeticPixels = std::uint64_t{1} << 26;
   if (info.arith_code) return std::uint64_t{info.image_width} * info.image_height <= kMaximumArithmeticPixels;
   std::uint64_t blocks = 0;
@@ -175,30 +172,6 @@ bool decodeInterleaved(Session& session, Raster& raster) {
 
 }  // namespace
 
-std::optional<SampleModel> sampleModelOf(Session& session) {
-  const jpeg_decompress_struct& info = session.info();
-  if (info.data_precision != 8) return std::nullopt;
-  switch (info.jpeg_color_space) {
-    case JCS_GRAYSCALE:
-      return SampleModel::grey;
-    case JCS_RGB:
-      return SampleModel::rgb;
-    case JCS_YCbCr:
-      return SampleModel::ycbcr;
-    case JCS_CMYK:
-    case JCS_YCCK:
-      return SampleModel::cmyk;
-    default:
-      return std::nullopt;
-  }
-}
-
-std::optional<std::pair<std::uint32_t, std::uint32_t>> frameSizeOf(ByteView file) {
-  Session session(file);
-  if (!session.readHeader()) return std::nullopt;
-  return std::pair<std::uint32_t, std::uint32_t>(session.info().image_width, session.info().image_height);
-}
-
 }  // namespace quellor::jpeg
 
 namespace quellor::formats {
@@ -207,21 +180,21 @@ using namespace jpeg;
 
 Outcome<Raster> decodeJpeg(ByteView file) {
   Session session(file);
-  if (!session.readHeader()) return Refusal{"the header is broken or of an unknown coding"};
+  if (!session.readHeader()) return session.headerRefusal();
+  const auto model = session.sampleModel();
+  if (!model) return model.refusal();
   const jpeg_decompress_struct& info = session.info();
-  const auto model = sampleModelOf(session);
-  if (!model || std::uint64_t{info.image_width} * info.image_height > kMaximumPixels)
-    return Refusal{"the coding means no known color model, or the image is too large"};
-  if (!mayHoldItsBlocks(info, file.size())) return Refusal{"the scans are shorter than an image of that size can be"};
+  if (std::uint64_t{info.image_width} * info.image_height > kMaximumPixels) return Refusal{"the image is too large"};
+  if (!canHoldImage(info, file.size())) return Refusal{"the file is shorter than an image of that size can be"};
   Raster raster;
   raster.width = info.image_width;
   raster.height = info.image_height;
   raster.model = *model;
   raster.coding.fullRange = true;
-  if (*model == SampleModel::ycbcr) raster.coding.matrixCoefficients = kBt601Matrix;
-  raster.chromaSiting = ChromaSiting::centre;  // ITU-T T.871, clause 6
+  if (*model == SampleModel::ycbcr) raster.coding.matrixCoefficients = kBt601Matrix;  // ITU-T T.871, clause 7
+  raster.chromaSiting = ChromaSiting::centre;                                         // clause 6
   const bool complete = staysPlanar(info, *model) ? decodePlanar(session, raster) : decodeInterleaved(session, raster);
-  if (!complete) return Refusal{"a scan is damaged or not complete"};
+  if (!complete) return Refusal{"a scan is damaged or missing"};
   return raster;
 }
 

@@ -1,7 +1,7 @@
 #include "platform/formats/jpeg_items.h"
 
 #include "platform/formats/image_format.h"
-#include "platform/formats/jpeg_decode.h"
+#include "platform/formats/jpeg_session.h"
 #include "platform/heif/item_data.h"
 
 namespace quellor::formats {
@@ -19,9 +19,10 @@ std::optional<Bytes> fileOf(const heif::Container& container, const heif::Item& 
 
 std::optional<heif::ImageSize> declaredJpegSize(const heif::Container& container, const heif::Item& item) {
   const auto file = fileOf(container, item);
-  const auto size = file ? jpeg::frameSizeOf(*file) : std::nullopt;
-  if (!size) return std::nullopt;
-  return heif::ImageSize{size->first, size->second};
+  if (!file) return std::nullopt;
+  jpeg::Session session(*file);
+  if (!session.readHeader()) return std::nullopt;
+  return heif::ImageSize{session.info().image_width, session.info().image_height};
 }
 
 Outcome<Raster> decodeJpegItem(const heif::Container& container, const heif::Item& item) {

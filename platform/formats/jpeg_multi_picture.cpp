@@ -7,9 +7,10 @@
 #include <string_view>
 #include <unordered_set>
 
-#include "platform/formats/jpeg_segments.h"
+#include "platform/formats/jpeg_session.h"
 #include "platform/metadata/tiff_directory.h"
 #include "platform/values/big_endian.h"
+#include "platform/values/metadata_blocks.h"
 
 namespace quellor::jpeg {
 namespace {
@@ -26,9 +27,9 @@ constexpr std::uint32_t kUndefined = 0;
 constexpr std::uint32_t kLargeThumbnail = 0x010000;
 constexpr std::uint32_t kGainMap = 0x050000;
 
-/// An image is looked into for what its first segments say. Both bounds are far above what files have, and what is
-/// beyond them counts as a picture.
-constexpr std::size_t kLookedAtBytes = std::size_t{1} << 18;
+/// Bytes of an image in which its segments are looked for, and how many images are looked into. Both are far above what
+/// files have, and what is beyond them counts as a picture.
+constexpr std::size_t kMaximumLook = std::size_t{1} << 18;
 constexpr std::size_t kMaximumLooks = 64;
 
 bool contains(ByteView bytes, std::string_view text) {
@@ -52,14 +53,13 @@ bool isGainMapParameters(ByteView payload) {
 }
 
 bool isGainMap(ByteView image) {
-  constexpr auto kXmpName = "http://ns.adobe.com/xap/1.0/\0"sv;
-  SegmentWalk walk(image.first(std::min(image.size(), kLookedAtBytes)));
-  while (const std::optional<Segment> segment = walk.next()) {
-    const ByteView payload = segment->payload;
-    if (segment->marker == kApp1 && startsWith(payload, kXmpName) && isGainMapPacket(payload)) return true;
-    if (segment->marker == kApp2 && isGainMapParameters(payload)) return true;
-  }
-  return false;
+  Session session(image.first(std::min(image.size(), kMaximumLook)));
+  session.readHeader();  // the segments up to where it ends or breaks are enough
+  return std::any_of(session.segments().begin(), session.segments().end(), [](const Segment& segment) {
+    if (segment.marker == JPEG_APP0 + 2) return isGainMapParameters(segment.payload);
+    return segment.marker == JPEG_APP0 + 1 && startsWith(segment.payload, kXmpSegmentName) &&
+           isGainMapPacket(segment.payload);
+  });
 }
 
 /// The list of entries of the index; empty when it cannot be read.

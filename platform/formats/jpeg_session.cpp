@@ -1,8 +1,11 @@
 #include "platform/formats/jpeg_session.h"
 
 #include <algorithm>
+#include <new>
 
 #include <jerror.h>
+
+#include "platform/values/big_endian.h"
 
 namespace quellor::jpeg {
 namespace {
@@ -14,6 +17,11 @@ constexpr int kMaximumScans = 100;
 /// The library is handed its input in pieces that are too small for its fast Huffman decoder (512 bytes for each block
 /// of an MCU), because that one takes a code that is not in the table for a zero and does not say so.
 constexpr std::size_t kPieceSize = 500;
+
+/// As many as the largest file that is read, 4 GiB, has room for when each is as long as it may be.
+constexpr std::size_t kMaximumSegments = std::size_t{1} << 16;
+
+constexpr Refusal kAnotherDepth{"samples of another depth than eight bits"};
 
 Session& sessionOf(j_common_ptr info) { return *static_cast<Session*>(info->client_data); }
 Session& sessionOf(j_decompress_ptr info) { return *static_cast<Session*>(info->client_data); }
@@ -57,6 +65,14 @@ void onSkip(j_decompress_ptr info, long count) {
   if (count > 0) sessionOf(info).skip(static_cast<std::size_t>(count));
 }
 
+/// The library could keep copies of the segments itself (jpeg_save_markers). But its copies do not tell where a
+/// segment stood, and the offsets of a multi-picture index count from there; nor is there a bound on their number, and
+/// a copy of a segment of a few bytes takes a hundred.
+boolean onSegment(j_decompress_ptr info) {
+  sessionOf(info).takeSegment();
+  return TRUE;
+}
+
 void onProgress(j_common_ptr info) {
   const auto* const decompress = reinterpret_cast<j_decompress_ptr>(info);
   if (decompress->input_scan_number > kMaximumScans) sessionOf(info).fail();
@@ -64,7 +80,7 @@ void onProgress(j_common_ptr info) {
 
 }  // namespace
 
-Session::Session(ByteView file) : rest_(file) {
+Session::Session(ByteView file) : file_(file), rest_(file) {
   info_.err = jpeg_std_error(&errors_);
   info_.client_data = this;
   errors_.error_exit = onError;
@@ -96,11 +112,61 @@ void Session::skip(std::size_t count) {
   rest_ = rest_.subspan(count - here);
 }
 
+void Session::takeSegment() {
+  const ByteView behindMarker = file_.subspan(file_.size() - rest_.size() - source_.bytes_in_buffer);
+  if (behindMarker.size() < 2) fail();
+  // The library, too, takes a length that does not cover itself for one that does.
+  const std::size_t length = std::max<std::size_t>(bigEndian16(behindMarker, 0), 2);
+  if (length > behindMarker.size() || !keep({info_.unread_marker, behindMarker.subspan(2, length - 2)})) fail();
+  skip(length);
+}
+
+bool Session::keep(const Segment& segment) noexcept {
+  if (segments_.size() == kMaximumSegments) return false;
+  try {
+    segments_.push_back(segment);
+    return true;
+  } catch (const std::bad_alloc&) {
+    return false;
+  }
+}
+
+Refusal Session::headerRefusal() const {
+  switch (errors_.msg_code) {
+    case JERR_BAD_PRECISION:
+      return kAnotherDepth;
+    case JERR_SOF_UNSUPPORTED:
+      return Refusal{"a coding process that is not read"};
+    case JERR_IMAGE_TOO_BIG:
+      return Refusal{"the image is too large"};
+    default:
+      return Refusal{"the header is broken or ends early"};
+  }
+}
+
+Outcome<SampleModel> Session::sampleModel() const {
+  if (info_.data_precision != 8) return kAnotherDepth;
+  switch (info_.jpeg_color_space) {
+    case JCS_GRAYSCALE:
+      return SampleModel::grey;
+    case JCS_RGB:
+      return SampleModel::rgb;
+    case JCS_YCbCr:
+      return SampleModel::ycbcr;
+    case JCS_CMYK:
+    case JCS_YCCK:
+      return SampleModel::cmyk;
+    default:
+      return Refusal{"the components mean no known color model"};
+  }
+}
+
 bool Session::readHeader() {
   return run([this] {
     jpeg_create_decompress(&info_);
     info_.src = &source_;
     info_.progress = &progress_;
+    for (const int number : {1, 2, 13}) jpeg_set_marker_processor(&info_, JPEG_APP0 + number, onSegment);
     if (jpeg_read_header(&info_, TRUE) != JPEG_HEADER_OK) fail();
   });
 }

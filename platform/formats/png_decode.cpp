@@ -24,11 +24,7 @@ struct Layout {
   [[nodiscard]] std::size_t readOffset(std::uint32_t width) const { return palette ? stride - width : 0; }
 };
 
-/// Absent when the image is larger than allowed.
-std::optional<Layout> layoutOf(Session& session) {
-  const std::uint64_t width = png_get_image_width(session.png(), session.info());
-  const std::uint64_t height = png_get_image_height(session.png(), session.info());
-  if (width * height > kMaximumPixels) return std::nullopt;
+Layout layoutOf(Session& session) {
   const unsigned colorType = png_get_color_type(session.png(), session.info());
   Layout layout;
   layout.palette = colorType == PNG_COLOR_TYPE_PALETTE;
@@ -37,14 +33,14 @@ std::optional<Layout> layoutOf(Session& session) {
       (colorType & PNG_COLOR_MASK_ALPHA) != 0 || png_get_valid(session.png(), session.info(), PNG_INFO_tRNS) != 0;
   layout.bytesPerSample = png_get_bit_depth(session.png(), session.info()) == 16 ? 2 : 1;
   layout.pixelBytes = (layout.colorCount() + (layout.alpha ? 1 : 0)) * layout.bytesPerSample;
-  layout.stride = layout.pixelBytes * width;
-  layout.total = layout.stride * height;
+  layout.stride = layout.pixelBytes * png_get_image_width(session.png(), session.info());
+  layout.total = layout.stride * png_get_image_height(session.png(), session.info());
   return layout;
 }
 
-/// Deflate makes at most 1032 bytes of one (two bits for a match of 258 bytes). A file too short for its size is
-/// therefore refused before that size is allocated.
-bool mayHoldItsRows(Session& session, std::size_t fileSize) {
+/// Whether a file of that size can hold the image: asked before memory is taken for it. Deflate makes at most 1032
+/// bytes of one (two bits for a match of 258 bytes).
+bool canHoldImage(Session& session, std::size_t fileSize) {
   constexpr std::uint64_t kGreatestExpansion = 1032;
   const std::uint64_t rowBytes = png_get_rowbytes(session.png(), session.info());
   return rowBytes * png_get_image_height(session.png(), session.info()) / kGreatestExpansion <= fileSize;
@@ -121,27 +117,27 @@ using namespace png;
 
 Outcome<Raster> decodePng(ByteView file) {
   Session session(Session::Purpose::samples);
-  if (!session.readHeader(file)) return Refusal{"the header or a chunk is broken"};
-  const auto layout = layoutOf(session);
-  if (!layout || !mayHoldItsRows(session, file.size()))
-    return Refusal{"the image is too large, or the file shorter than an image of that size can be"};
-  const auto memory = allocateSamples(layout->total);
-  if (!readRows(session, *layout, memory.get())) return Refusal{"the image data is damaged or not complete"};
-  if (layout->palette && !expandPalette(session, *layout, memory.get()))
-    return Refusal{"a pixel has no color in the palette"};
-
+  if (!session.readHeader(file)) return session.headerRefusal();
   Raster raster;
   raster.width = png_get_image_width(session.png(), session.info());
   raster.height = png_get_image_height(session.png(), session.info());
-  raster.bitsPerComponent = static_cast<int>(layout->bytesPerSample * 8);
-  raster.model = layout->grey ? SampleModel::grey : SampleModel::rgb;
+  if (std::uint64_t{raster.width} * raster.height > kMaximumPixels) return Refusal{"the image is too large"};
+  if (!canHoldImage(session, file.size())) return Refusal{"the file is shorter than an image of that size can be"};
+  const Layout layout = layoutOf(session);
+  const auto memory = allocateSamples(layout.total);
+  if (!readRows(session, layout, memory.get())) return Refusal{"the image data is damaged or not complete"};
+  if (layout.palette && !expandPalette(session, layout, memory.get()))
+    return Refusal{"a pixel has no color in the palette"};
+
+  raster.bitsPerComponent = static_cast<int>(layout.bytesPerSample * 8);
+  raster.model = layout.grey ? SampleModel::grey : SampleModel::rgb;
   raster.owner = memory;
   const auto component = [&](std::size_t index) {
-    return Component{memory.get() + index * layout->bytesPerSample, layout->pixelBytes, layout->stride, raster.width,
+    return Component{memory.get() + index * layout.bytesPerSample, layout.pixelBytes, layout.stride, raster.width,
                      raster.height};
   };
-  for (std::size_t i = 0; i < layout->colorCount(); ++i) raster.components.push_back(component(i));
-  if (layout->alpha) raster.alpha = component(layout->colorCount());
+  for (std::size_t i = 0; i < layout.colorCount(); ++i) raster.components.push_back(component(i));
+  if (layout.alpha) raster.alpha = component(layout.colorCount());
   raster.coding.fullRange = true;
   return raster;
 }

@@ -1,12 +1,75 @@
 #include "platform/formats/png_session.h"
 
 #include <algorithm>
+#include <array>
 #include <cstring>
+#include <optional>
+#include <string_view>
 
-#include "platform/formats/png_chunks.h"
+#include "platform/values/big_endian.h"
 
 namespace quellor::png {
 namespace {
+
+using namespace std::string_view_literals;
+
+constexpr auto kSignature = "\x89PNG\r\n\x1A\n"sv;
+constexpr std::size_t kLengthAndType = 8;
+constexpr std::size_t kChecksum = 4;
+constexpr std::size_t kFrameControlSize = 26;
+
+/// The end chunk is the same in every file (PNG, third edition, 11.2.5).
+constexpr auto kEnd = "\0\0\0\0IEND\xAE\x42\x60\x82"sv;
+
+/// A file without its image data.
+struct FileParts {
+  ByteView before;               // signature and chunks before the first IDAT
+  std::vector<ByteView> behind;  // chunks behind the last IDAT that describe the image, each whole
+  /// The image in the IDAT chunks, be it a frame of an animation or not, and one for every fcTL chunk behind it when
+  /// there is an acTL chunk before it (PNG, third edition, 11.3.6). What acTL says of their number does not matter.
+  std::size_t imageCount = 1;
+};
+
+/// Chunks that describe the image and may stand behind its data (PNG, third edition, 5.6); others there are out of
+/// place.
+bool mayFollowImageData(ByteView type) {
+  constexpr std::array kTypes = {"tEXt"sv, "zTXt"sv, "iTXt"sv, "eXIf"sv, "tIME"sv};
+  return std::any_of(kTypes.begin(), kTypes.end(), [type](std::string_view each) { return startsWith(type, each); });
+}
+
+/// Absent when the chunks do not reach from the signature to IEND or there is no uninterrupted run of image data
+/// (PNG, third edition, 5.2, 5.3 and 5.6). Checksums, but for that of IEND, are not looked at, and neither is what
+/// follows IEND.
+Outcome<FileParts> splitAtImageData(ByteView file) {
+  if (!startsWith(file, kSignature)) return Refusal{"there is no signature"};
+  std::size_t offset = kSignature.size();
+  FileParts parts;
+  std::size_t dataEnd = 0;
+  bool animated = false;
+  while (file.size() - offset >= kLengthAndType + kChecksum) {
+    const ByteView type = file.subspan(offset + 4, 4);
+    const std::size_t length = bigEndian32(file, offset);
+    if (length > file.size() - offset - kLengthAndType - kChecksum) break;
+    const std::size_t end = offset + kLengthAndType + length + kChecksum;
+    if (startsWith(type, "IDAT")) {
+      if (parts.before.empty()) parts.before = file.first(offset);
+      if (dataEnd != 0 && dataEnd != offset) return Refusal{"the image data is interrupted"};
+      dataEnd = end;
+    } else if (startsWith(type, "IEND")) {
+      if (parts.before.empty()) return Refusal{"there is no image data"};
+      if (!startsWith(file.subspan(offset), kEnd)) return Refusal{"the end chunk is broken"};
+      return parts;
+    } else if (dataEnd != 0 && mayFollowImageData(type)) {
+      parts.behind.push_back(file.subspan(offset, end - offset));
+    } else if (startsWith(type, "acTL")) {
+      animated = animated || dataEnd == 0;
+    } else if (animated && dataEnd != 0 && startsWith(type, "fcTL") && length == kFrameControlSize) {
+      ++parts.imageCount;
+    }
+    offset = end;
+  }
+  return Refusal{"the file ends before its end chunk"};
+}
 
 // Compressed text and profiles may unpack to a thousand times their size. Together these allow metadata of a few
 // megabytes and never more than one gigabyte.
@@ -41,15 +104,16 @@ Session::~Session() {
 }
 
 void Session::read(std::uint8_t* target, std::size_t size) {
-  for (ByteView& part : parts_) {
+  while (size != 0) {
+    if (part_ == parts_.size()) fail();
+    ByteView& part = parts_[part_];
     const std::size_t count = std::min(size, part.size());
-    if (count == 0) continue;
-    std::memcpy(target, part.data(), count);
+    if (count != 0) std::memcpy(target, part.data(), count);
     part = part.subspan(count);
     target += count;
     size -= count;
+    if (part.empty()) ++part_;
   }
-  if (size != 0) fail();
 }
 
 bool Session::selectParts(ByteView file) {
@@ -58,7 +122,10 @@ bool Session::selectParts(ByteView file) {
     return true;
   }
   const auto split = splitAtImageData(file);
-  if (!split) return false;
+  if (!split) {
+    refusal_ = split.refusal();
+    return false;
+  }
   imageCount_ = split->imageCount;
   parts_ = {split->before};
   parts_.insert(parts_.end(), split->behind.begin(), split->behind.end());

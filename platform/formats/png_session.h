@@ -7,6 +7,7 @@
 #include <png.h>
 
 #include "platform/values/bytes.h"
+#include "platform/values/outcome.h"
 
 namespace quellor::png {
 
@@ -24,8 +25,9 @@ class Session {
   Session& operator=(const Session&) = delete;
 
   /// Prepares the library and reads the chunks before the image data. `file` outlives the session. When it returns
-  /// false the session is of no use; otherwise png() and info() are valid.
+  /// false, headerRefusal() says why and the session is of no use; otherwise png() and info() are valid.
   bool readHeader(ByteView file);
+  [[nodiscard]] Refusal headerRefusal() const { return refusal_; }
 
   /// Of a session for facts whose header was read: the image and the frames of an animation.
   [[nodiscard]] std::size_t imageCount() const { return imageCount_; }
@@ -54,7 +56,9 @@ class Session {
   void configure();
 
   Purpose purpose_;
-  std::vector<ByteView> parts_;  // what is still to be read
+  std::vector<ByteView> parts_;
+  std::size_t part_ = 0;  // of parts_: the first that is not read to its end; each loses what is read of it
+  Refusal refusal_{"the header or another chunk is broken"};
   std::size_t imageCount_ = 1;
   png_structp png_ = nullptr;
   png_infop info_ = nullptr;

@@ -1,7 +1,6 @@
 #include <algorithm>
 
 #include "platform/formats/image_format.h"
-#include "platform/formats/tiff_decode.h"
 #include "platform/formats/tiff_directories.h"
 #include "platform/formats/tiff_file.h"
 #include "platform/formats/tiff_layout.h"
@@ -46,17 +45,17 @@ std::optional<double> dotsPerInch(const tiff::Directories& directories, std::uin
 
 Outcome<ImageFacts> formats::describeTiff(ByteView file) {
   const auto directories = tiff::Directories::read(file);
-  if (!directories) return Refusal{"a directory is broken, or the first picture is a preview"};
+  if (!directories) return directories.refusal();
   const tiff::TiffFile opened(file);
-  if (!opened.isOpen()) return Refusal{"the library does not take the file"};
   const auto layout = tiff::layoutOf(opened, *directories);
-  if (!layout) return Refusal{"a layout that is not read"};
+  if (!layout) return layout.refusal();
 
   ImageFacts facts;
   facts.imageCount = directories->count();
   facts.width = layout->width;
   facts.height = layout->height;
-  facts.bitsPerComponent = layout->way == tiff::Way::converted ? 8 : std::max<int>(layout->bits, 8);
+  const bool converted = layout->decoding && *layout->decoding == tiff::Decoding::converted;
+  facts.bitsPerComponent = converted ? 8 : std::max<int>(layout->bits, 8);
   facts.colorModel = layout->model;
   facts.hasAlpha = layout->alphaSample.has_value();
   const int orientation = opened.field<std::uint16_t>(TIFFTAG_ORIENTATION).value_or(0);
@@ -68,16 +67,6 @@ Outcome<ImageFacts> formats::describeTiff(ByteView file) {
   facts.metadata.xmp = copied(directories->bytes(kXmp));
   facts.metadata.iptc = iptcBlock(*directories);
   return facts;
-}
-
-Outcome<Raster> formats::decodeTiff(ByteView file) {
-  const auto directories = tiff::Directories::read(file);
-  if (!directories) return Refusal{"a directory is broken, or the first picture is a preview"};
-  tiff::TiffFile opened(file);
-  if (!opened.isOpen()) return Refusal{"the library does not take the file"};
-  const auto layout = tiff::layoutOf(opened, *directories);
-  if (!layout) return Refusal{"a layout that is not read"};
-  return tiff::decodeDirectory(opened, *layout);
 }
 
 }  // namespace quellor

@@ -1,5 +1,3 @@
-#include "platform/formats/tiff_decode.h"
-
 #include <algorithm>
 #include <array>
 #include <bit>
@@ -7,6 +5,10 @@
 #include <memory>
 #include <vector>
 
+#include "platform/formats/image_format.h"
+#include "platform/formats/tiff_directories.h"
+#include "platform/formats/tiff_file.h"
+#include "platform/formats/tiff_layout.h"
 #include "platform/values/limits.h"
 #include "platform/values/sample_memory.h"
 
@@ -39,6 +41,18 @@ bool readStrips(TIFF* tiff, const Layout& layout, const Plane& plane) {
   return true;
 }
 
+/// The part of a tile that lies inside the picture: its edge tiles reach beyond.
+struct TilePart {
+  std::uint32_t left, top, columns, rows;
+};
+
+void copyTile(const std::uint8_t* tile, std::size_t tileRowBytes, const TilePart& part, const Plane& plane) {
+  for (std::uint32_t row = 0; row < part.rows; ++row) {
+    std::memcpy(plane.firstRow + (part.top + row) * plane.rowBytes + part.left * plane.pixelBytes,
+                tile + row * tileRowBytes, part.columns * plane.pixelBytes);
+  }
+}
+
 bool readTiles(TIFF* tiff, const Layout& layout, const Plane& plane) {
   std::uint32_t tileWidth = 0;
   std::uint32_t tileHeight = 0;
@@ -51,25 +65,23 @@ bool readTiles(TIFF* tiff, const Layout& layout, const Plane& plane) {
   if (size > kMaximumRasterBytes || TIFFTileSize64(tiff) != size) return false;
   const std::shared_ptr<std::uint8_t> tile = allocateSamples(size);
 
-  for (std::uint32_t top = 0; top < layout.height; top += std::min(tileHeight, layout.height - top)) {
-    const std::uint32_t rows = std::min(tileHeight, layout.height - top);
-    for (std::uint32_t left = 0; left < layout.width; left += std::min(tileWidth, layout.width - left)) {
-      const std::uint32_t index = TIFFComputeTile(tiff, left, top, 0, plane.sample);
+  TilePart part{};
+  for (; part.top < layout.height; part.top += part.rows) {
+    part.rows = std::min(tileHeight, layout.height - part.top);
+    for (part.left = 0; part.left < layout.width; part.left += part.columns) {
+      part.columns = std::min(tileWidth, layout.width - part.left);
+      const std::uint32_t index = TIFFComputeTile(tiff, part.left, part.top, 0, plane.sample);
       const auto wanted = static_cast<tmsize_t>(size);
       if (TIFFReadEncodedTile(tiff, index, tile.get(), wanted) != wanted) return false;
-      const std::size_t bytes = std::min(tileWidth, layout.width - left) * plane.pixelBytes;
-      for (std::uint32_t row = 0; row < rows; ++row) {
-        std::memcpy(plane.firstRow + (top + row) * plane.rowBytes + left * plane.pixelBytes,
-                    tile.get() + row * tileRowBytes, bytes);
-      }
+      copyTile(tile.get(), tileRowBytes, part, plane);
     }
   }
   return true;
 }
 
-/// Whether the file can hold one strip or tile of samples that are stored without compression: refuses a small file
-/// that claims a huge picture before memory is taken for it.
-bool canHoldItsChunks(const TiffFile& file) {
+/// Whether the file can hold the image, that is, one strip or tile of samples that are stored without compression:
+/// asked before memory is taken for it. Compression has no such floor.
+bool canHoldImage(const TiffFile& file) {
   if (file.fieldOrDefault<std::uint16_t>(TIFFTAG_COMPRESSION) != COMPRESSION_NONE) return true;
   TIFF* const tiff = file.get();
   const std::uint64_t size = TIFFIsTiled(tiff) != 0 ? TIFFTileSize64(tiff) : TIFFStripSize64(tiff);
@@ -175,14 +187,25 @@ std::optional<Raster> decodeConverted(const TiffFile& file, const Layout& layout
 }
 
 }  // namespace
+}  // namespace quellor::tiff
 
-Outcome<Raster> decodeDirectory(TiffFile& file, const Layout& layout) {
-  if (layout.way == Way::none) return Refusal{"a layout that is not decoded"};
-  if (!canHoldItsChunks(file)) return Refusal{"the file is shorter than an image of that size can be"};
-  file.forgetDamage();
-  auto raster = layout.way == Way::exact ? decodeExact(file, layout) : decodeConverted(file, layout);
-  if (!raster || file.damaged()) return Refusal{"the image data is damaged or not complete"};
+namespace quellor::formats {
+
+using namespace tiff;
+
+Outcome<Raster> decodeTiff(ByteView file) {
+  const auto directories = Directories::read(file);
+  if (!directories) return directories.refusal();
+  TiffFile opened(file);
+  const auto layout = layoutOf(opened, *directories);
+  if (!layout) return layout.refusal();
+  if (!layout->decoding) return layout->decoding.refusal();
+  if (!canHoldImage(opened)) return Refusal{"the file is shorter than an image of that size can be"};
+  opened.clearErrors();
+  const bool exact = *layout->decoding == Decoding::exact;
+  auto raster = exact ? decodeExact(opened, *layout) : decodeConverted(opened, *layout);
+  if (!raster || opened.hasErrors()) return Refusal{"the image data is damaged or not complete"};
   return std::move(*raster);
 }
 
-}  // namespace quellor::tiff
+}  // namespace quellor::formats

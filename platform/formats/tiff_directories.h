@@ -2,40 +2,29 @@
 #include <cstddef>
 #include <cstdint>
 #include <optional>
-#include <unordered_set>
 
 #include "platform/metadata/tiff_directory.h"
 #include "platform/values/bytes.h"
+#include "platform/values/outcome.h"
 
 namespace quellor::tiff {
 
-/// Reads directories of a classic TIFF file (TIFF 6.0, section 2), each at most once and all together in time
-/// proportional to the file.
-class DirectoryReader {
- public:
-  explicit DirectoryReader(const metadata::TiffBlock& file) : file_(file), entriesLeft_(file.bytes.size() / 12) {}
-
-  /// Absent when the directory leaves the file, has no entry or was read before, and when there are too many: more
-  /// than 2^20, or with more entries than the file has room for.
-  std::optional<metadata::TiffDirectory> read(std::uint32_t offset);
-
-  [[nodiscard]] const metadata::TiffBlock& file() const { return file_; }
-
- private:
-  metadata::TiffBlock file_;
-  std::size_t entriesLeft_;
-  std::unordered_set<std::uint32_t> seen_;
-};
-
-/// The top-level directories of a classic TIFF file, as they lie in its bytes.
+/// The top-level directories of a classic TIFF file, as they lie in its bytes. Refers to the bytes that it was read
+/// from.
 ///
-/// The TIFF library converts and rounds the values that it hands out; what has to come byte for byte or with its
-/// full precision is read from here. Refers to the bytes that it was read from.
+/// The TIFF library could walk them, too. But it passes over entries that it cannot read, among them those by which a
+/// preview is known; it takes a chain that is broken for one that is at its end; and it converts and rounds values
+/// that have to come byte for byte or with their full precision.
 class Directories {
  public:
-  /// Absent when a directory of the chain cannot be read, and for a file whose first picture is not the one that the
-  /// file is for (platform/formats/tiff_previews.h).
-  static std::optional<Directories> read(ByteView file);
+  /// Absent when a directory of the chain cannot be read, and for a file whose first picture may be no more than a
+  /// preview of the photo: camera raw formats are TIFF files with the sensor's data somewhere and a picture for viewers
+  /// in the first directory. Who took that picture for the photo would throw the photo away.
+  ///
+  /// The first picture is the photo when it does not say that it is a reduced copy, a mask or something else than a
+  /// picture or page; when no directory, also below another one, holds sensor data; and when subdirectories hold
+  /// nothing but smaller copies of the picture that they belong to, declared as such.
+  static Outcome<Directories> read(ByteView file);
 
   /// How many directories there are, 1 or more: pages, and reduced copies and masks of them, but no subdirectories.
   [[nodiscard]] std::size_t count() const { return count_; }

@@ -66,14 +66,14 @@ int TiffFile::map(thandle_t handle, void** base, toff_t* size) {
 void TiffFile::unmap(thandle_t, void*, toff_t) {}
 
 int TiffFile::onError(TIFF*, void* handle, const char*, const char*, va_list) {
-  self(handle).damaged_ = true;
+  self(handle).hasErrors_ = true;
   return 1;
 }
 
 int TiffFile::onWarning(TIFF*, void* handle, const char* module, const char*, va_list) {
   // These decoders go on after damage with samples of their own making; the other warnings are about tags.
   const std::string_view source = module == nullptr ? "" : module;
-  if (source == "JPEGLib" || source == "LibJpeg" || source.starts_with("Fax")) self(handle).damaged_ = true;
+  if (source == "JPEGLib" || source == "LibJpeg" || source.starts_with("Fax")) self(handle).hasErrors_ = true;
   return 1;
 }
 

@@ -40,10 +40,10 @@ class TiffFile {
     return TIFFGetFieldDefaulted(get(), tag, &value) == 1 ? value : T{};
   }
 
-  /// Whether a decoder has complained since the last call of forgetDamage(): some decoders give made-up samples
-  /// instead of damaged ones, report success and only mention it.
-  [[nodiscard]] bool damaged() const { return damaged_; }
-  void forgetDamage() { damaged_ = false; }
+  /// Whether the library has reported an error since the last call of clearErrors(). Some decoders give made-up samples
+  /// instead of damaged ones, return success and only report it.
+  [[nodiscard]] bool hasErrors() const { return hasErrors_; }
+  void clearErrors() { hasErrors_ = false; }
 
  private:
   struct Close {
@@ -62,7 +62,7 @@ class TiffFile {
 
   ByteView bytes_;
   std::uint64_t position_ = 0;
-  bool damaged_ = false;
+  bool hasErrors_ = false;
   std::unique_ptr<TIFF, Close> tiff_;  // last: closing it still calls into the others
 };
 

@@ -95,14 +95,28 @@ bool isConvertible(std::uint16_t photometric, const Layout& layout) {
   }
 }
 
+Outcome<Decoding> decodingOf(const TiffFile& file, std::optional<std::uint16_t> photometric, const Layout& layout) {
+  const auto format = file.fieldOrDefault<std::uint16_t>(TIFFTAG_SAMPLEFORMAT);
+  if (format != SAMPLEFORMAT_UINT && format != SAMPLEFORMAT_VOID)
+    return Refusal{"samples that are signed or no integers"};
+  if (!photometric) return Refusal{"no color model"};
+  if (!isTrusted(file.fieldOrDefault<std::uint16_t>(TIFFTAG_COMPRESSION))) {
+    return Refusal{"a compression that is not decoded"};
+  }
+  if (isExact(file, *photometric, layout)) return Decoding::exact;
+  if (isConvertible(*photometric, layout)) return Decoding::converted;
+  return Refusal{"a color model with samples that are not decoded"};
+}
+
 }  // namespace
 
-std::optional<Layout> layoutOf(const TiffFile& file, const Directories& directories) {
+Outcome<Layout> layoutOf(const TiffFile& file, const Directories& directories) {
+  if (!file.isOpen()) return Refusal{"the first directory is none that the library reads"};
   Layout layout;
   layout.width = file.field<std::uint32_t>(TIFFTAG_IMAGEWIDTH).value_or(0);
   layout.height = file.field<std::uint32_t>(TIFFTAG_IMAGELENGTH).value_or(0);
-  if (layout.width == 0 || layout.height == 0) return std::nullopt;
-  if (std::uint64_t{layout.width} * layout.height > kMaximumPixels) return std::nullopt;
+  if (layout.width == 0 || layout.height == 0) return Refusal{"the image has no width or no height"};
+  if (std::uint64_t{layout.width} * layout.height > kMaximumPixels) return Refusal{"the image is too large"};
 
   layout.bits = file.fieldOrDefault<std::uint16_t>(TIFFTAG_BITSPERSAMPLE);
   layout.samples = file.fieldOrDefault<std::uint16_t>(TIFFTAG_SAMPLESPERPIXEL);
@@ -111,15 +125,7 @@ std::optional<Layout> layoutOf(const TiffFile& file, const Directories& director
   layout.model = modelOf(photometric);
   layout.minIsWhite = photometric == PHOTOMETRIC_MINISWHITE;
   findAlpha(file, layout);
-
-  const auto format = file.fieldOrDefault<std::uint16_t>(TIFFTAG_SAMPLEFORMAT);
-  if (format != SAMPLEFORMAT_UINT && format != SAMPLEFORMAT_VOID) return layout;
-  if (!photometric || !isTrusted(file.fieldOrDefault<std::uint16_t>(TIFFTAG_COMPRESSION))) return layout;
-  if (isExact(file, *photometric, layout)) {
-    layout.way = Way::exact;
-  } else if (isConvertible(*photometric, layout)) {
-    layout.way = Way::converted;
-  }
+  layout.decoding = decodingOf(file, photometric, layout);
   return layout;
 }
 

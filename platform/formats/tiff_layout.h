@@ -5,15 +5,14 @@
 #include "platform/formats/tiff_directories.h"
 #include "platform/formats/tiff_file.h"
 #include "platform/values/color.h"
-#include "platform/values/limits.h"
+#include "platform/values/outcome.h"
 
 namespace quellor::tiff {
 
 /// How the samples of a directory get into a raster.
-enum class Way : std::uint8_t {
+enum class Decoding : std::uint8_t {
   exact,      // grey, RGB or CMYK of 8 or 16 bits: as coded
   converted,  // palettes, grey of less than 8 bits, YCbCr: by the library, to 8-bit grey or RGB
-  none,       // everything else: it would come out wrong, or nobody knows whether it does
 };
 
 /// What the samples of a directory are and how they lie.
@@ -27,13 +26,15 @@ struct Layout {
   bool separate = false;  // a plane for each sample
   std::optional<std::uint16_t> alphaSample;
   bool premultiplied = false;
-  Way way = Way::none;
+  /// Absent for everything else: it would come out wrong, or nobody knows whether it does.
+  Outcome<Decoding> decoding = Refusal{"not looked at"};
 };
 
-/// The layout of the first directory, which is the file's current one; absent when it has no usable size.
+/// The layout of the first directory, which is the file's current one; absent when the library could not open the file
+/// and when the picture has no usable size.
 ///
 /// Alpha is the first extra sample that is declared as alpha, associated or unassociated (TIFF 6.0, section 18).
 /// Other extra samples, and those of no declared meaning, are no part of the picture.
-std::optional<Layout> layoutOf(const TiffFile& file, const Directories& directories);
+Outcome<Layout> layoutOf(const TiffFile& file, const Directories& directories);
 
 }  // namespace quellor::tiff

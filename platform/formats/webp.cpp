@@ -14,8 +14,6 @@
 namespace quellor {
 namespace {
 
-constexpr std::uint16_t kBt601Matrix = 6;  // ITU-T H.273, table 4; the YCbCr of VP8 (RFC 6386, 9.2)
-
 struct DeleteDemuxer {
   void operator()(WebPDemuxer* demuxer) const { WebPDemuxDelete(demuxer); }
 };
@@ -47,14 +45,14 @@ struct FirstFrame {
   [[nodiscard]] bool hasAlpha() const { return alphaCoded || !coversCanvas(); }
 };
 
-std::optional<FirstFrame> firstFrameOf(const WebPDemuxer* demuxer) {
+Outcome<FirstFrame> firstFrameOf(const WebPDemuxer* demuxer) {
   FirstFrame frame;
   frame.canvasWidth = WebPDemuxGetI(demuxer, WEBP_FF_CANVAS_WIDTH);
   frame.canvasHeight = WebPDemuxGetI(demuxer, WEBP_FF_CANVAS_HEIGHT);
-  if (std::uint64_t{frame.canvasWidth} * frame.canvasHeight > kMaximumPixels) return std::nullopt;
+  if (std::uint64_t{frame.canvasWidth} * frame.canvasHeight > kMaximumPixels) return Refusal{"the image is too large"};
 
   WebPIterator iterator{};
-  if (WebPDemuxGetFrame(demuxer, 1, &iterator) == 0) return std::nullopt;
+  if (WebPDemuxGetFrame(demuxer, 1, &iterator) == 0) return Refusal{"there is no frame"};
   frame.data = {iterator.fragment.bytes, iterator.fragment.size};
   frame.left = static_cast<std::uint32_t>(iterator.x_offset);
   frame.top = static_cast<std::uint32_t>(iterator.y_offset);
@@ -66,16 +64,17 @@ std::optional<FirstFrame> firstFrameOf(const WebPDemuxer* demuxer) {
 
   WebPBitstreamFeatures features{};
   if (!complete || WebPGetFeatures(frame.data.data(), frame.data.size(), &features) != VP8_STATUS_OK) {
-    return std::nullopt;
+    return Refusal{"the first frame's header is broken or the frame cut short"};
   }
   constexpr int kLosslessFormat = 2;
   frame.lossless = features.format == kLosslessFormat;
   const bool agrees = static_cast<std::uint32_t>(features.width) == frame.width &&
                       static_cast<std::uint32_t>(features.height) == frame.height;
-  const bool fits = agrees && frame.width != 0 && frame.height != 0 && frame.left <= frame.canvasWidth &&
-                    frame.top <= frame.canvasHeight && frame.width <= frame.canvasWidth - frame.left &&
-                    frame.height <= frame.canvasHeight - frame.top;
-  return fits ? std::optional(frame) : std::nullopt;
+  const bool fits = frame.left <= frame.canvasWidth && frame.top <= frame.canvasHeight &&
+                    frame.width <= frame.canvasWidth - frame.left && frame.height <= frame.canvasHeight - frame.top;
+  if (!agrees || frame.width == 0 || frame.height == 0) return Refusal{"the first frame has another size than it says"};
+  if (!fits) return Refusal{"the first frame leaves the canvas"};
+  return frame;
 }
 
 std::optional<Bytes> chunk(const WebPDemuxer* demuxer, const char* fourCc) {
@@ -139,7 +138,7 @@ Outcome<Raster> decodePlanes(const FirstFrame& frame, WebPDecoderConfig& config)
                        {planes.u, 1, chromaStride, chromaWidth, chromaHeight},
                        {planes.v, 1, chromaStride, chromaWidth, chromaHeight}};
   if (frame.alphaCoded) raster.alpha = Component{planes.a, 1, lumaStride, frame.width, frame.height};
-  raster.coding.matrixCoefficients = kBt601Matrix;
+  raster.coding.matrixCoefficients = kBt601Matrix;  // the YCbCr of VP8 (RFC 6386, 9.2)
   raster.chromaSiting = ChromaSiting::centre;
   raster.coding.fullRange = false;
   raster.owner = memory;
@@ -157,9 +156,8 @@ Outcome<Raster> decodePixels(const FirstFrame& frame, WebPDecoderConfig& config)
 
   WebPRGBABuffer& pixels = config.output.u.RGBA;
   const std::size_t offset = frame.top * stride + frame.left * pixelBytes;
-  if (stride > std::size_t{INT32_MAX}) return Refusal{"the image data is damaged or not complete"};
   pixels.rgba = memory.get() + offset;
-  pixels.stride = static_cast<int>(stride);
+  pixels.stride = static_cast<int>(stride);  // of a canvas that is 2^24 wide at most
   pixels.size = size - offset;
   config.output.colorspace = hasAlpha ? MODE_RGBA : MODE_RGB;
   if (!decodeInto(config, frame)) return Refusal{"the image data is damaged or not complete"};
@@ -181,7 +179,7 @@ Outcome<ImageFacts> formats::describeWebp(ByteView file) {
   const Demuxer demuxer = openContainer(file);
   if (demuxer == nullptr) return Refusal{"the container is broken or ends early"};
   const auto frame = firstFrameOf(demuxer.get());
-  if (!frame) return Refusal{"there is no first frame"};
+  if (!frame) return frame.refusal();
 
   ImageFacts facts;
   facts.imageCount = WebPDemuxGetI(demuxer.get(), WEBP_FF_FRAME_COUNT);
@@ -199,7 +197,8 @@ Outcome<Raster> formats::decodeWebp(ByteView file) {
   if (demuxer == nullptr) return Refusal{"the container is broken or ends early"};
   const auto frame = firstFrameOf(demuxer.get());
   WebPDecoderConfig config{};
-  if (!frame || WebPInitDecoderConfig(&config) == 0) return Refusal{"there is no first frame"};
+  if (!frame) return frame.refusal();
+  if (WebPInitDecoderConfig(&config) == 0) return Refusal{"another version of the library than it was built for"};
   return frame->lossless || !frame->coversCanvas() ? decodePixels(*frame, config) : decodePlanes(*frame, config);
 }
 

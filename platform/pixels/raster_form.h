@@ -34,8 +34,6 @@ constexpr std::uint32_t subsampled(std::uint64_t size, unsigned shift) {
   return static_cast<std::uint32_t>((size + (1U << shift) - 1) >> shift);
 }
 
-inline constexpr std::uint16_t kBt601Matrix = 6;  // ITU-T H.273, table 4
-
 /// What a raster's components are, once looked at.
 struct RasterForm {
   Subsampling subsampling;    // of a ycbcr raster

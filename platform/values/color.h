@@ -10,11 +10,14 @@ constexpr int componentCount(ColorModel model) {
   return model == ColorModel::grey ? 1 : model == ColorModel::rgb ? 3 : 4;
 }
 
-/// Coding-independent code points (ITU-T H.273, clause 8). 2 means unspecified in the first three.
+inline constexpr std::uint16_t kUnspecifiedCodePoint = 2;  // ITU-T H.273, tables 2 to 4
+inline constexpr std::uint16_t kBt601Matrix = 6;           // table 4
+
+/// Coding-independent code points (ITU-T H.273, clause 8).
 struct Cicp {
-  std::uint16_t colorPrimaries = 2;
-  std::uint16_t transferCharacteristics = 2;
-  std::uint16_t matrixCoefficients = 2;
+  std::uint16_t colorPrimaries = kUnspecifiedCodePoint;
+  std::uint16_t transferCharacteristics = kUnspecifiedCodePoint;
+  std::uint16_t matrixCoefficients = kUnspecifiedCodePoint;
   bool fullRange = false;
   friend bool operator==(const Cicp&, const Cicp&) = default;
 };

@@ -1,9 +1,13 @@
 #pragma once
 #include <optional>
+#include <string_view>
 
 #include "platform/values/bytes.h"
 
 namespace quellor {
+
+/// What a JPEG segment with an XMP packet begins with (XMP part 3, 1.1.3). Some writers copy it to other places, too.
+inline constexpr std::string_view kXmpSegmentName{"http://ns.adobe.com/xap/1.0/\0", 29};
 
 /// The metadata blocks of one image as they stand in its file.
 ///

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <bit>
 
-#include "tests/support/codec_samples.h"
+#include "tests/support/format_samples.h"
 
 namespace quellor::test_support {
 namespace {

@@ -14,7 +14,7 @@
 #include "platform/formats/hevc_configuration.h"
 #include "platform/heif/container_reader.h"
 #include "platform/heif/item_properties.h"
-#include "tests/support/codec_samples.h"
+#include "tests/support/format_samples.h"
 #include "tests/support/heif_judge.h"
 #include "tests/support/heif_output.h"
 #include "tests/support/raster_fixture.h"

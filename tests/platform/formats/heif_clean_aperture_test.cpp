@@ -11,7 +11,7 @@
 #include "platform/heif/clean_aperture.h"
 #include "platform/heif/container_reader.h"
 #include "platform/pixels/rgbx_drawing.h"
-#include "tests/support/codec_samples.h"
+#include "tests/support/format_samples.h"
 #include "tests/support/heif_builder.h"
 #include "tests/support/heif_output.h"
 

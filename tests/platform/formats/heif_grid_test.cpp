@@ -7,7 +7,7 @@
 
 #include <gtest/gtest.h>
 
-#include "tests/support/codec_samples.h"
+#include "tests/support/format_samples.h"
 #include "tests/support/heif_judge.h"
 #include "tests/support/heif_scene.h"
 #include "tests/support/raster_fixture.h"

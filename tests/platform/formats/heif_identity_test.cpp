@@ -7,7 +7,7 @@
 #include <gtest/gtest.h>
 
 #include "platform/pixels/rgbx_drawing.h"
-#include "tests/support/codec_samples.h"
+#include "tests/support/format_samples.h"
 #include "tests/support/heif_scene.h"
 #include "tests/support/raster_fixture.h"
 

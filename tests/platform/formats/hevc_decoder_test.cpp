@@ -18,7 +18,7 @@
 #include "platform/heif/container_reader.h"
 #include "platform/heif/item_properties.h"
 #include "platform/values/bytes.h"
-#include "tests/support/codec_samples.h"
+#include "tests/support/format_samples.h"
 #include "tests/support/heif_judge.h"
 #include "tests/support/heif_output.h"
 #include "tests/support/heif_scene.h"

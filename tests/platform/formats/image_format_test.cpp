@@ -21,7 +21,7 @@ std::string formatOf(const Bytes& head) {
   return format == nullptr ? "none" : format->name;
 }
 
-TEST(FileFormat, IsRecognisedByTheFirstBytes) {
+TEST(ImageFormat, IsRecognisedByTheFirstBytes) {
   const struct {
     std::string head;
     const char* format;
@@ -35,14 +35,14 @@ TEST(FileFormat, IsRecognisedByTheFirstBytes) {
   for (const auto& c : cases) EXPECT_EQ(formatOf(bytesOf(c.head)), c.format) << c.head;
 }
 
-TEST(FileFormat, IsUnknownForNearMisses) {
+TEST(ImageFormat, IsUnknownForNearMisses) {
   for (const std::string& head : {""s, "\xff\xd8"s, "\x89PNG\r\n\x1a"s, "II*"s, "II\0*"s, "MM*\0"s, "RIFF\0\0\0\0WAVE"s,
                                   "RIFF"s, "GIF88a"s, "BM"s, "%PDF"s, "{}"s, " \xff\xd8\xff"s}) {
     EXPECT_EQ(formatOf(bytesOf(head)), "none") << head;
   }
 }
 
-TEST(FileFormat, IsUnknownForBigTiffAndRawFilesWithHeadersOfTheirOwn) {
+TEST(ImageFormat, IsUnknownForBigTiffAndRawFilesWithHeadersOfTheirOwn) {
   const struct {
     const char* what;
     std::string head;
@@ -66,7 +66,7 @@ TEST(FileFormat, IsUnknownForBigTiffAndRawFilesWithHeadersOfTheirOwn) {
   for (const auto& c : cases) EXPECT_EQ(formatOf(bytesOf(c.head)), "none") << c.what;
 }
 
-TEST(FileFormat, OfAHeifFileIsToldByItsBrands) {
+TEST(ImageFormat, OfAHeifFileIsToldByItsBrands) {
   const auto fileType = [](const std::string& major, const std::vector<std::string>& compatible) {
     FieldWriter writer;
     writer.text(major).u32(0);

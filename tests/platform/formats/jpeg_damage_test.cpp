@@ -9,7 +9,7 @@
 
 #include "platform/values/image_facts.h"
 #include "tests/support/byte_texts.h"
-#include "tests/support/codec_samples.h"
+#include "tests/support/format_samples.h"
 #include "tests/support/jpeg_fixture.h"
 
 namespace quellor {
@@ -22,9 +22,9 @@ using test_support::JpegSpec;
 using test_support::with;
 using Coding = JpegSpec::Coding;
 
-const ImageFormat& codec() {
-  static const ImageFormat& loaded = test_support::imageFormat("JPEG");
-  return loaded;
+const ImageFormat& jpeg() {
+  static const ImageFormat& format = test_support::imageFormat("JPEG");
+  return format;
 }
 
 Bytes withInserted(Bytes file, std::size_t offset, const Bytes& bytes) {
@@ -41,9 +41,9 @@ class JpegTruncation : public testing::TestWithParam<JpegSpec> {};
 
 TEST_P(JpegTruncation, IsRefusedAtEveryLength) {
   const Bytes file = encodeJpeg(GetParam());
-  ASSERT_TRUE(codec().decode(file));
+  ASSERT_TRUE(jpeg().decode(file));
   for (std::size_t length = 0; length < file.size(); ++length) {
-    EXPECT_FALSE(codec().decode(ByteView(file).first(length))) << length << " of " << file.size();
+    EXPECT_FALSE(jpeg().decode(ByteView(file).first(length))) << length << " of " << file.size();
   }
 }
 
@@ -64,7 +64,7 @@ INSTANTIATE_TEST_SUITE_P(
                     truncationSpec(Coding::ycbcr, true, false, 0), truncationSpec(Coding::cmyk, false, false, 0),
                     truncationSpec(Coding::grey, false, true, 0), truncationSpec(Coding::ycbcr, true, true, 0)));
 
-TEST(JpegCodec, RefusesAScanThatAnEndMarkerCutsShort) {
+TEST(JpegFormat, RefusesAScanThatAnEndMarkerCutsShort) {
   for (const bool progressive : {false, true}) {
     JpegSpec spec;
     spec.width = spec.height = 64;
@@ -75,7 +75,7 @@ TEST(JpegCodec, RefusesAScanThatAnEndMarkerCutsShort) {
       if (file[length - 1] == 0xFF) continue;
       Bytes cut(file.begin(), file.begin() + static_cast<std::ptrdiff_t>(length));
       cut.insert(cut.end(), {0xFF, 0xD9});
-      EXPECT_FALSE(codec().decode(cut)) << length << " of " << file.size();
+      EXPECT_FALSE(jpeg().decode(cut)) << length << " of " << file.size();
     }
   }
 }
@@ -86,52 +86,52 @@ Bytes withoutLastScan(Bytes file) {
   return file;
 }
 
-TEST(JpegCodec, RefusesAFileThatLacksARefinement) {
+TEST(JpegFormat, RefusesAFileThatLacksARefinement) {
   JpegSpec spec;
   spec.progressive = true;
-  EXPECT_FALSE(codec().decode(withoutLastScan(encodeJpeg(spec))));
+  EXPECT_FALSE(jpeg().decode(withoutLastScan(encodeJpeg(spec))));
 }
 
-TEST(JpegCodec, RefusesAFileThatLacksTheScanOfAComponent) {
+TEST(JpegFormat, RefusesAFileThatLacksTheScanOfAComponent) {
   JpegSpec spec;
   spec.scans = {{{0}}, {{1}}, {{2}}};
-  ASSERT_TRUE(codec().decode(encodeJpeg(spec)));
-  EXPECT_FALSE(codec().decode(withoutLastScan(encodeJpeg(spec))));
+  ASSERT_TRUE(jpeg().decode(encodeJpeg(spec)));
+  EXPECT_FALSE(jpeg().decode(withoutLastScan(encodeJpeg(spec))));
 }
 
-TEST(JpegCodec, AcceptsDetailThatTheEncoderNeverCoded) {
+TEST(JpegFormat, AcceptsDetailThatTheEncoderNeverCoded) {
   JpegSpec spec;
   spec.coding = Coding::grey;
   spec.progressive = true;
   spec.scans = {{{0}, 0, 0}, {{0}, 1, 5}, {{0}, 6, 63}};
-  EXPECT_TRUE(codec().decode(withoutLastScan(encodeJpeg(spec))));
+  EXPECT_TRUE(jpeg().decode(withoutLastScan(encodeJpeg(spec))));
 }
 
-TEST(JpegCodec, BoundsTheNumberOfScans) {
+TEST(JpegFormat, BoundsTheNumberOfScans) {
   JpegSpec spec;
   spec.coding = Coding::grey;
   spec.progressive = true;
   spec.scans = {{{0}, 0, 0}};
   for (int k = 1; k < 64; ++k) spec.scans.push_back({{0}, k, k, 0, 1});
   for (int k = 1; k < 64; ++k) spec.scans.push_back({{0}, k, k, 1, 0});
-  EXPECT_FALSE(codec().decode(encodeJpeg(spec)));
+  EXPECT_FALSE(jpeg().decode(encodeJpeg(spec)));
   spec.scans = {{{0}, 0, 0}};
   for (int k = 1; k < 64; ++k) spec.scans.push_back({{0}, k, k});
-  EXPECT_TRUE(codec().decode(encodeJpeg(spec)));
+  EXPECT_TRUE(jpeg().decode(encodeJpeg(spec)));
 }
 
-TEST(JpegCodec, RefusesRestartMarkersOutOfOrder) {
+TEST(JpegFormat, RefusesRestartMarkersOutOfOrder) {
   JpegSpec spec;
   spec.width = spec.height = 40;
   spec.restartInterval = 1;
   const Bytes file = encodeJpeg(spec);
-  ASSERT_TRUE(codec().decode(file));
+  ASSERT_TRUE(jpeg().decode(file));
   const std::size_t restart = test_support::firstPlaceOf(Bytes{0xFF, 0xD1}, file);
-  EXPECT_FALSE(codec().decode(with(file, restart + 1, 0xD4)));
-  EXPECT_FALSE(codec().decode(withInserted(file, restart, {0x12, 0x34, 0x56}))) << "a rest of data before a restart";
+  EXPECT_FALSE(jpeg().decode(with(file, restart + 1, 0xD4)));
+  EXPECT_FALSE(jpeg().decode(withInserted(file, restart, {0x12, 0x34, 0x56}))) << "a rest of data before a restart";
 }
 
-TEST(JpegCodec, RefusesCodesThatTheTableDoesNotHave) {
+TEST(JpegFormat, RefusesCodesThatTheTableDoesNotHave) {
   // Ones only are no Huffman code (T.81, annex C), whatever the table.
   JpegSpec spec;
   spec.width = spec.height = 64;
@@ -141,10 +141,10 @@ TEST(JpegCodec, RefusesCodesThatTheTableDoesNotHave) {
     file[i] = 0xFF;
     file[i + 1] = 0x00;
   }
-  EXPECT_FALSE(codec().decode(file));
+  EXPECT_FALSE(jpeg().decode(file));
 }
 
-TEST(JpegCodec, RefusesASizeThatTheFileCannotHold) {
+TEST(JpegFormat, RefusesASizeThatTheFileCannotHold) {
   for (const bool arithmetic : {false, true}) {
     JpegSpec spec;
     spec.progressive = true;
@@ -156,42 +156,42 @@ TEST(JpegCodec, RefusesASizeThatTheFileCannotHold) {
       file[frame + i] = 0x7D;
       file[frame + i + 1] = 0x00;
     }
-    EXPECT_EQ(codec().describe(file).value().width, 32000U);
-    EXPECT_FALSE(codec().decode(file));
+    EXPECT_EQ(jpeg().describe(file).value().width, 32000U);
+    EXPECT_FALSE(jpeg().decode(file));
   }
 }
 
-TEST(JpegCodec, HasNoImageForCodingsThatItDoesNotKnow) {
+TEST(JpegFormat, HasNoImageForCodingsThatItDoesNotKnow) {
   JpegSpec spec;
   const Bytes file = encodeJpeg(spec);
   const std::size_t frame = test_support::firstPlaceOf(Bytes{0xFF, 0xC0}, file);
   const Bytes twelveBits = with(file, frame + 4, 12);
-  EXPECT_FALSE(codec().decode(twelveBits));
-  EXPECT_FALSE(codec().describe(twelveBits));
-  EXPECT_FALSE(codec().decode(with(file, frame + 1, 0xC3))) << "lossless";
-  EXPECT_FALSE(codec().decode(with(file, frame + 1, 0xC5))) << "hierarchical";
+  EXPECT_FALSE(jpeg().decode(twelveBits));
+  EXPECT_FALSE(jpeg().describe(twelveBits));
+  EXPECT_FALSE(jpeg().decode(with(file, frame + 1, 0xC3))) << "lossless";
+  EXPECT_FALSE(jpeg().decode(with(file, frame + 1, 0xC5))) << "hierarchical";
 }
 
-TEST(JpegCodec, ForgivesWhatCostsNoSample) {
+TEST(JpegFormat, ForgivesWhatCostsNoSample) {
   JpegSpec spec;
   spec.width = spec.height = 40;
   const Bytes file = encodeJpeg(spec);
   const std::size_t table = test_support::firstPlaceOf(Bytes{0xFF, 0xDB}, file);
   const std::size_t scan = test_support::firstPlaceOf(Bytes{0xFF, 0xDA}, file);
-  EXPECT_TRUE(codec().decode(withInserted(file, table, {1, 2, 3}))) << "stray bytes between segments";
-  EXPECT_TRUE(codec().decode(withInserted(file, file.size() - 2, {0, 0, 0, 0, 0}))) << "padding before the end";
-  EXPECT_TRUE(codec().decode(withInserted(file, file.size(), bytesOf("a video")))) << "data behind the end";
+  EXPECT_TRUE(jpeg().decode(withInserted(file, table, {1, 2, 3}))) << "stray bytes between segments";
+  EXPECT_TRUE(jpeg().decode(withInserted(file, file.size() - 2, {0, 0, 0, 0, 0}))) << "padding before the end";
+  EXPECT_TRUE(jpeg().decode(withInserted(file, file.size(), bytesOf("a video")))) << "data behind the end";
   ASSERT_EQ(file.at(scan + 12), 63);
-  EXPECT_TRUE(codec().decode(with(file, scan + 12, 0))) << "spectral selection of a sequential scan";
+  EXPECT_TRUE(jpeg().decode(with(file, scan + 12, 0))) << "spectral selection of a sequential scan";
   spec.jfifMajorVersion = 3;
-  EXPECT_TRUE(codec().decode(encodeJpeg(spec))) << "JFIF 3";
+  EXPECT_TRUE(jpeg().decode(encodeJpeg(spec))) << "JFIF 3";
   spec.coding = Coding::rgb;
   const Bytes adobe = encodeJpeg(spec);
   const std::size_t name = test_support::firstPlaceOf(bytesOf("Adobe"), adobe);
-  EXPECT_TRUE(codec().decode(with(adobe, name + 11, 9))) << "unknown colour transform";
+  EXPECT_TRUE(jpeg().decode(with(adobe, name + 11, 9))) << "unknown colour transform";
 }
 
-TEST(JpegCodec, SurvivesEveryChangedByte) {
+TEST(JpegFormat, SurvivesEveryChangedByte) {
   JpegSpec spec;
   spec.segments = {{0xE2, bytesOf("ICC_PROFILE\0\x01\x01"
                                   "abc"s)},
@@ -200,20 +200,20 @@ TEST(JpegCodec, SurvivesEveryChangedByte) {
   for (std::size_t i = 0; i < file.size(); ++i) {
     for (const int flip : {0x01, 0x80, 0xFF}) {
       const Bytes changed = with(file, i, static_cast<std::uint8_t>(file[i] ^ flip));
-      static_cast<void>(codec().describe(changed));
-      static_cast<void>(codec().decode(changed));
+      static_cast<void>(jpeg().describe(changed));
+      static_cast<void>(jpeg().decode(changed));
     }
   }
 }
 
-TEST(JpegCodec, DecodesSampleFilesExceptTheDamagedOne) {
+TEST(JpegFormat, DecodesSampleFilesExceptTheDamagedOne) {
   const std::filesystem::path folder = std::filesystem::path(QUELLOR_SAMPLES) / "other";
   if (!std::filesystem::is_directory(folder)) GTEST_SKIP();
   for (const auto& entry : std::filesystem::directory_iterator(folder)) {
     if (entry.path().extension() != ".jpg") continue;
     const Bytes file = readFile(entry.path());
-    EXPECT_TRUE(codec().describe(file)) << entry.path();
-    EXPECT_EQ(codec().decode(file).has_value(), entry.path().filename() != "jpg_corrupted.jpg") << entry.path();
+    EXPECT_TRUE(jpeg().describe(file)) << entry.path();
+    EXPECT_EQ(jpeg().decode(file).has_value(), entry.path().filename() != "jpg_corrupted.jpg") << entry.path();
   }
 }
 

@@ -9,7 +9,7 @@
 
 #include "platform/values/image_facts.h"
 #include "tests/support/byte_texts.h"
-#include "tests/support/codec_samples.h"
+#include "tests/support/format_samples.h"
 #include "tests/support/jpeg_fixture.h"
 
 namespace quellor {
@@ -22,9 +22,9 @@ using test_support::JpegSpec;
 using test_support::with;
 using Coding = JpegSpec::Coding;
 
-const ImageFormat& codec() {
-  static const ImageFormat& loaded = test_support::imageFormat("JPEG");
-  return loaded;
+const ImageFormat& jpeg() {
+  static const ImageFormat& format = test_support::imageFormat("JPEG");
+  return format;
 }
 
 JpegSpec withSegments(std::vector<JpegSpec::Segment> segments) {
@@ -33,7 +33,7 @@ JpegSpec withSegments(std::vector<JpegSpec::Segment> segments) {
   return spec;
 }
 
-TEST(JpegCodec, DescribesSizeAndColor) {
+TEST(JpegFormat, DescribesSizeAndColor) {
   constexpr std::pair<Coding, ColorModel> kModels[] = {{Coding::grey, ColorModel::grey},
                                                        {Coding::ycbcr, ColorModel::rgb},
                                                        {Coding::rgb, ColorModel::rgb},
@@ -42,7 +42,7 @@ TEST(JpegCodec, DescribesSizeAndColor) {
   for (const auto& [coding, model] : kModels) {
     JpegSpec spec;
     spec.coding = coding;
-    const auto facts = codec().describe(encodeJpeg(spec));
+    const auto facts = jpeg().describe(encodeJpeg(spec));
     ASSERT_TRUE(facts);
     EXPECT_EQ(facts->imageCount, 1U);
     EXPECT_EQ(facts->width, 17U);
@@ -55,17 +55,17 @@ TEST(JpegCodec, DescribesSizeAndColor) {
   }
 }
 
-TEST(JpegCodec, DescribesNothingBrokenBeforeTheFirstScan) {
+TEST(JpegFormat, DescribesNothingBrokenBeforeTheFirstScan) {
   const Bytes file = encodeJpeg({});
   const std::size_t scan = test_support::firstPlaceOf(Bytes{0xFF, 0xDA}, file);
   for (std::size_t length = 0; length < scan + 14; ++length) {
-    EXPECT_FALSE(codec().describe(ByteView(file).first(length))) << length;
+    EXPECT_FALSE(jpeg().describe(ByteView(file).first(length))) << length;
   }
-  EXPECT_TRUE(codec().describe(ByteView(file).first(scan + 14)));
-  EXPECT_FALSE(codec().describe(with(file, 0, 0)));
+  EXPECT_TRUE(jpeg().describe(ByteView(file).first(scan + 14)));
+  EXPECT_FALSE(jpeg().describe(with(file, 0, 0)));
 }
 
-TEST(JpegCodec, ReportsJfifAndItsDensity) {
+TEST(JpegFormat, ReportsJfifAndItsDensity) {
   struct Case {
     int unit;
     std::optional<double> dpiWidth;
@@ -77,7 +77,7 @@ TEST(JpegCodec, ReportsJfifAndItsDensity) {
     spec.densityUnit = expected.unit;
     spec.xDensity = 300;
     spec.yDensity = 72;
-    const auto facts = codec().describe(encodeJpeg(spec));
+    const auto facts = jpeg().describe(encodeJpeg(spec));
     ASSERT_TRUE(facts);
     EXPECT_EQ(facts->dpiWidth, expected.dpiWidth);
     EXPECT_EQ(facts->dpiHeight, expected.dpiHeight);
@@ -85,35 +85,35 @@ TEST(JpegCodec, ReportsJfifAndItsDensity) {
   }
 }
 
-TEST(JpegCodec, HasNoJfifDictionaryWithoutTheSegment) {
+TEST(JpegFormat, HasNoJfifDictionaryWithoutTheSegment) {
   JpegSpec spec;
   spec.coding = Coding::rgb;
-  const auto facts = codec().describe(encodeJpeg(spec));
+  const auto facts = jpeg().describe(encodeJpeg(spec));
   ASSERT_TRUE(facts);
   EXPECT_EQ(facts->formatDictionary, FormatDictionary::none);
   EXPECT_FALSE(facts->dpiWidth);
 }
 
-TEST(JpegCodec, FindsTheFirstExifBlockAndXmpPacket) {
+TEST(JpegFormat, FindsTheFirstExifBlockAndXmpPacket) {
   const Bytes exif = bytesOf("MM\0*\0\0\0\x08\0\0"s);
   const Bytes xmp = bytesOf("<x:xmpmeta/>");
   const std::string xmpName = "http://ns.adobe.com/xap/1.0/\0"s;
-  const auto facts = codec().describe(encodeJpeg(withSegments({{0xE1, bytesOf(xmpName, xmp)},
-                                                               {0xE1, bytesOf("Exif\0\0"s, exif)},
-                                                               {0xE1, bytesOf("Exif\0\0II*\0"s)},
-                                                               {0xE1, bytesOf(xmpName + "later")}})));
+  const auto facts = jpeg().describe(encodeJpeg(withSegments({{0xE1, bytesOf(xmpName, xmp)},
+                                                              {0xE1, bytesOf("Exif\0\0"s, exif)},
+                                                              {0xE1, bytesOf("Exif\0\0II*\0"s)},
+                                                              {0xE1, bytesOf(xmpName + "later")}})));
   ASSERT_TRUE(facts);
   EXPECT_EQ(facts->metadata.exif, exif);
   EXPECT_EQ(facts->metadata.xmp, xmp);
   EXPECT_FALSE(facts->metadata.iptc);
 }
 
-TEST(JpegCodec, TakesNothingForExifThatIsNone) {
+TEST(JpegFormat, TakesNothingForExifThatIsNone) {
   const std::string exif = "MM\0*\0\0\0\x08\0\0"s;
   const auto exifOf = [](const std::vector<std::string>& payloads) {
     std::vector<JpegSpec::Segment> segments;
     for (const std::string& payload : payloads) segments.push_back({0xE1, bytesOf(payload)});
-    return codec().describe(encodeJpeg(withSegments(std::move(segments)))).value().metadata.exif;
+    return jpeg().describe(encodeJpeg(withSegments(std::move(segments)))).value().metadata.exif;
   };
   EXPECT_EQ(exifOf({"Exif\0\0"s + exif}), bytesOf(exif));
   EXPECT_EQ(exifOf({"Exif\0\xFF"s + exif}), bytesOf(exif)) << "the padding byte may have any value";
@@ -124,20 +124,19 @@ TEST(JpegCodec, TakesNothingForExifThatIsNone) {
   }
 }
 
-TEST(JpegCodec, FindsIptcAmongPhotoshopResources) {
+TEST(JpegFormat, FindsIptcAmongPhotoshopResources) {
   const std::string photoshop = "Photoshop 3.0\0"s;
   const std::string other = "8BIM\x03\xED\0\0\0\0\0\x03xyz\0"s;   // odd data, padded
   const std::string named = "8BIM\x04\x04\x04name\0\0\0\0\x05"s;  // even name, padded
   const std::string datasets = "\x1C\x02\x05\0\0"s;
-  const auto whole =
-      codec().describe(encodeJpeg(withSegments({{0xED, bytesOf(photoshop + other + named + datasets)}})));
+  const auto whole = jpeg().describe(encodeJpeg(withSegments({{0xED, bytesOf(photoshop + other + named + datasets)}})));
   ASSERT_TRUE(whole);
   EXPECT_EQ(whole->metadata.iptc, bytesOf(datasets));
-  const auto split = codec().describe(encodeJpeg(withSegments(
+  const auto split = jpeg().describe(encodeJpeg(withSegments(
       {{0xED, bytesOf(photoshop + other + named + "\x1C")}, {0xED, bytesOf(photoshop + datasets.substr(1))}})));
   ASSERT_TRUE(split);
   EXPECT_EQ(split->metadata.iptc, bytesOf(datasets));
-  const auto cut = codec().describe(encodeJpeg(withSegments({{0xED, bytesOf(photoshop + other + named + "\x1C")}})));
+  const auto cut = jpeg().describe(encodeJpeg(withSegments({{0xED, bytesOf(photoshop + other + named + "\x1C")}})));
   ASSERT_TRUE(cut);
   EXPECT_FALSE(cut->metadata.iptc);
 }
@@ -146,9 +145,9 @@ JpegSpec::Segment iccChunk(int number, int count, const std::string& data) {
   return {0xE2, bytesOf("ICC_PROFILE\0"s + static_cast<char>(number) + static_cast<char>(count) + data)};
 }
 
-TEST(JpegCodec, JoinsTheChunksOfAProfileByTheirNumbers) {
+TEST(JpegFormat, JoinsTheChunksOfAProfileByTheirNumbers) {
   const auto profileOf = [](std::vector<JpegSpec::Segment> chunks) {
-    return codec().describe(encodeJpeg(withSegments(std::move(chunks)))).value().iccProfile;
+    return jpeg().describe(encodeJpeg(withSegments(std::move(chunks)))).value().iccProfile;
   };
   EXPECT_EQ(profileOf({iccChunk(1, 1, "abc")}), bytesOf("abc"));
   EXPECT_EQ(profileOf({iccChunk(2, 3, "b"), iccChunk(3, 3, "c"), iccChunk(1, 3, "a")}), bytesOf("abc"));
@@ -160,6 +159,18 @@ TEST(JpegCodec, JoinsTheChunksOfAProfileByTheirNumbers) {
   EXPECT_FALSE(profileOf({iccChunk(1, 1, "")})) << "nothing in it";
   EXPECT_FALSE(profileOf({{0xE2, bytesOf("ICC_PROFILE\0\x01"s)}})) << "no count";
   EXPECT_FALSE(profileOf({{0xE2, bytesOf("MPF\0"s)}}));
+}
+
+TEST(JpegFormat, TakesAsManyMetadataSegmentsAsTheLargestFileHasRoomFor) {
+  const Bytes file = encodeJpeg({});
+  const auto withEmptySegments = [&file](std::size_t count) {
+    Bytes result(file.begin(), file.begin() + 2);
+    for (std::size_t i = 0; i < count; ++i) result.insert(result.end(), {0xFF, 0xE1, 0, 2});
+    result.insert(result.end(), file.begin() + 2, file.end());
+    return result;
+  };
+  EXPECT_TRUE(jpeg().describe(withEmptySegments(65536)));
+  EXPECT_FALSE(jpeg().describe(withEmptySegments(65537)));
 }
 
 }  // namespace

@@ -5,7 +5,7 @@
 
 #include "platform/values/image_facts.h"
 #include "tests/support/byte_texts.h"
-#include "tests/support/codec_samples.h"
+#include "tests/support/format_samples.h"
 #include "tests/support/multi_picture_fixture.h"
 
 namespace quellor {
@@ -29,8 +29,8 @@ constexpr std::uint32_t kOriginal = 0x040000;
 constexpr std::uint32_t kGainMap = 0x050000;
 
 std::size_t imagesIn(const Bytes& file) {
-  static const ImageFormat& codec = test_support::imageFormat("JPEG");
-  const auto facts = codec.describe(file);
+  static const ImageFormat& format = test_support::imageFormat("JPEG");
+  const auto facts = format.describe(file);
   EXPECT_TRUE(facts);
   return facts ? facts->imageCount : 0;
 }

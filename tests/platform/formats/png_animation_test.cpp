@@ -4,7 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "platform/values/image_facts.h"
-#include "tests/support/codec_samples.h"
+#include "tests/support/format_samples.h"
 #include "tests/support/png_fixture.h"
 
 namespace quellor {
@@ -19,9 +19,9 @@ using test_support::PngChunk;
 using test_support::PngSpec;
 using Chunks = std::vector<PngChunk>;
 
-const ImageFormat& codec() {
-  static const ImageFormat& loaded = test_support::imageFormat("PNG");
-  return loaded;
+const ImageFormat& png() {
+  static const ImageFormat& format = test_support::imageFormat("PNG");
+  return format;
 }
 
 Bytes pngWith(Chunks before, Chunks after) {
@@ -64,17 +64,17 @@ TEST(AnimatedPng, CountsItsFramesAndADefaultImageThatIsNone) {
   };
   for (const auto& c : cases) {
     const Bytes file = pngWith(c.before, c.after);
-    const auto facts = codec().describe(file);
+    const auto facts = png().describe(file);
     ASSERT_TRUE(facts) << c.what;
     EXPECT_EQ(facts->imageCount, c.images) << c.what;
-    EXPECT_TRUE(codec().decode(file)) << c.what;
+    EXPECT_TRUE(png().decode(file)) << c.what;
   }
 }
 
 TEST(AnimatedPng, IsItsDefaultImage) {
   const Bytes file = pngWith({animationControl(1)}, {frameControl(0), frameData(1)});
-  const auto animated = codec().decode(file);
-  const auto still = codec().decode(encodePng(plainPng()));
+  const auto animated = png().decode(file);
+  const auto still = png().decode(encodePng(plainPng()));
   ASSERT_TRUE(animated && still);
   EXPECT_EQ(test_support::samplesOf(*animated), test_support::samplesOf(*still));
 }
@@ -82,7 +82,7 @@ TEST(AnimatedPng, IsItsDefaultImage) {
 TEST(AnimatedPng, CountsManyFrames) {
   Chunks frames;
   for (std::uint32_t i = 0; i < 5000; ++i) frames.insert(frames.end(), {frameControl(2 * i), frameData(2 * i + 1)});
-  EXPECT_EQ(codec().describe(pngWith({animationControl(5000)}, frames)).value().imageCount, 5001U);
+  EXPECT_EQ(png().describe(pngWith({animationControl(5000)}, frames)).value().imageCount, 5001U);
 }
 
 }  // namespace

@@ -8,7 +8,7 @@
 
 #include "platform/values/image_facts.h"
 #include "tests/support/byte_texts.h"
-#include "tests/support/codec_samples.h"
+#include "tests/support/format_samples.h"
 #include "tests/support/png_fixture.h"
 
 namespace quellor {
@@ -21,25 +21,25 @@ using test_support::plainPng;
 using test_support::PngSpec;
 using test_support::PngText;
 
-const ImageFormat& codec() {
-  static const ImageFormat& loaded = test_support::imageFormat("PNG");
-  return loaded;
+const ImageFormat& png() {
+  static const ImageFormat& format = test_support::imageFormat("PNG");
+  return format;
 }
 
-TEST(PngCodec, AlwaysHasAPngDictionary) {
-  EXPECT_EQ(codec().describe(encodePng(plainPng())).value().formatDictionary, FormatDictionary::png);
+TEST(PngFormat, AlwaysHasAPngDictionary) {
+  EXPECT_EQ(png().describe(encodePng(plainPng())).value().formatDictionary, FormatDictionary::png);
 }
 
-TEST(PngCodec, ReportsTheResolutionInInches) {
+TEST(PngFormat, ReportsTheResolutionInInches) {
   PngSpec spec = plainPng();
   spec.pixelsPerMetre = {{10000, 5000}};
-  const auto facts = codec().describe(encodePng(spec));
+  const auto facts = png().describe(encodePng(spec));
   ASSERT_TRUE(facts);
   EXPECT_DOUBLE_EQ(facts->dpiWidth.value(), 254);
   EXPECT_DOUBLE_EQ(facts->dpiHeight.value(), 127);
   spec.pixelsPerMetre.reset();
   spec.chunksBeforeData = {{"pHYs", {0, 0, 0, 9, 0, 0, 0, 9, 0}}};  // a ratio only
-  EXPECT_FALSE(codec().describe(encodePng(spec)).value().dpiWidth);
+  EXPECT_FALSE(png().describe(encodePng(spec)).value().dpiWidth);
 }
 
 /// The least that the PNG library takes for a profile (ICC.1:2010, 7.2): a header and one tag, filled up to `size`.
@@ -67,19 +67,19 @@ Bytes smallProfile(std::size_t size) {
   return profile;
 }
 
-TEST(PngCodec, ReportsTheProfileByteForByteAlsoWhenItIsLarge) {
+TEST(PngFormat, ReportsTheProfileByteForByteAlsoWhenItIsLarge) {
   for (const std::size_t size : {std::size_t{600}, std::size_t{5000000}}) {
     PngSpec spec = plainPng();
     spec.iccProfile = smallProfile(size);
-    EXPECT_EQ(codec().describe(encodePng(spec)).value().iccProfile, spec.iccProfile);
+    EXPECT_EQ(png().describe(encodePng(spec)).value().iccProfile, spec.iccProfile);
   }
 }
 
-TEST(PngCodec, ReportsCodePoints) {
+TEST(PngFormat, ReportsCodePoints) {
   const auto codePoints = [](Bytes data, bool afterData = false) {
     PngSpec spec = plainPng();
     (afterData ? spec.chunksAfterData : spec.chunksBeforeData).push_back({"cICP", std::move(data)});
-    return codec().describe(encodePng(spec)).value().cicp;
+    return png().describe(encodePng(spec)).value().cicp;
   };
   EXPECT_EQ(codePoints({12, 13, 0, 1}), (Cicp{12, 13, 0, true}));
   EXPECT_EQ(codePoints({9, 16, 0, 0}), (Cicp{9, 16, 0, false}));
@@ -89,23 +89,23 @@ TEST(PngCodec, ReportsCodePoints) {
   EXPECT_FALSE(codePoints({12, 13, 0, 1}, true)) << "behind the image data";
 }
 
-TEST(PngCodec, FindsExifBeforeAndBehindTheImageData) {
+TEST(PngFormat, FindsExifBeforeAndBehindTheImageData) {
   const Bytes exif = bytesOf("II*\0\x08\0\0\0\0\0"s);
   PngSpec spec = plainPng();
   spec.chunksBeforeData = {{"eXIf", exif}};
-  EXPECT_EQ(codec().describe(encodePng(spec)).value().metadata.exif, exif);
+  EXPECT_EQ(png().describe(encodePng(spec)).value().metadata.exif, exif);
   std::swap(spec.chunksBeforeData, spec.chunksAfterData);
-  EXPECT_EQ(codec().describe(encodePng(spec)).value().metadata.exif, exif);
+  EXPECT_EQ(png().describe(encodePng(spec)).value().metadata.exif, exif);
 }
 
-TEST(PngCodec, DropsThePrefixThatSomePutBeforeExif) {
+TEST(PngFormat, DropsThePrefixThatSomePutBeforeExif) {
   const std::string prefix = "Exif\0\0"s;
   const std::string little = "II*\0\x08\0\0\0\0\0"s;
   const std::string big = "MM\0*\0\0\0\x08\0\0"s;
   const auto exifOf = [](const std::vector<std::string>& chunks) {
     PngSpec spec = plainPng();
     for (const std::string& chunk : chunks) spec.chunksBeforeData.push_back({"eXIf", bytesOf(chunk)});
-    return codec().describe(encodePng(spec)).value().metadata.exif;
+    return png().describe(encodePng(spec)).value().metadata.exif;
   };
   for (const std::string& block : {little, big}) {
     EXPECT_EQ(exifOf({block}), bytesOf(block));
@@ -121,20 +121,20 @@ TEST(PngCodec, DropsThePrefixThatSomePutBeforeExif) {
   EXPECT_EQ(exifOf({"x" + big, little}), bytesOf(little)) << "the first one that is one";
 }
 
-TEST(PngCodec, FindsTheXmpPacketPlainOrCompressed) {
+TEST(PngFormat, FindsTheXmpPacketPlainOrCompressed) {
   for (const auto kind : {PngText::Kind::utf8, PngText::Kind::utf8Compressed}) {
     PngSpec spec = plainPng();
     const std::string packet = "<x:xmpmeta>" + std::string(3000000, ' ') + "</x:xmpmeta>";
     spec.texts = {{kind, "XML:com.adobe.xmp", packet}};
-    EXPECT_EQ(codec().describe(encodePng(spec)).value().metadata.xmp, bytesOf(packet));
+    EXPECT_EQ(png().describe(encodePng(spec)).value().metadata.xmp, bytesOf(packet));
   }
 }
 
-TEST(PngCodec, ReadsRawProfilesInHexadecimal) {
+TEST(PngFormat, ReadsRawProfilesInHexadecimal) {
   const auto metadataOf = [](const std::string& type, const std::string& text) {
     PngSpec spec = plainPng();
     spec.texts = {{PngText::Kind::latin1Compressed, "Raw profile type " + type, text}};
-    return codec().describe(encodePng(spec)).value().metadata;
+    return png().describe(encodePng(spec)).value().metadata;
   };
   // "Exif\0\0MM\0*" and "<x/>" in two lines; an IPTC resource with the datasets 1C 02.
   EXPECT_EQ(metadataOf("exif", "\nexif\n      10\n4578696600004d\n4d002a\n").exif, bytesOf("MM\0*"s));
@@ -152,11 +152,11 @@ TEST(PngCodec, ReadsRawProfilesInHexadecimal) {
   }
 }
 
-TEST(PngCodec, PrefersTheChunkToARawProfile) {
+TEST(PngFormat, PrefersTheChunkToARawProfile) {
   PngSpec spec = plainPng();
   spec.texts = {{PngText::Kind::latin1, "Raw profile type exif", "\nexif\n10\n4578696600004d4d002a\n"}};
   spec.chunksAfterData = {{"eXIf", bytesOf("II*\0\x08\0\0\0"s)}};
-  EXPECT_EQ(codec().describe(encodePng(spec)).value().metadata.exif, bytesOf("II*\0\x08\0\0\0"s));
+  EXPECT_EQ(png().describe(encodePng(spec)).value().metadata.exif, bytesOf("II*\0\x08\0\0\0"s));
 }
 
 }  // namespace

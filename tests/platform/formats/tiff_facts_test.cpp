@@ -6,7 +6,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "tests/platform/formats/tiff_codec_fixture.h"
+#include "tests/platform/formats/tiff_format_fixture.h"
 
 namespace quellor {
 namespace {
@@ -20,7 +20,7 @@ using test_support::TiffPicture;
 using test_support::TiffType;
 using testing::Optional;
 
-TEST_F(TiffCodec, CountsEveryTopLevelDirectory) {
+TEST_F(TiffFormat, CountsEveryTopLevelDirectory) {
   const TiffPage page = tiffPage(picture(kMinIsBlack, 1, 8, 3, 5));
   TiffPage reduced = page;
   reduced.set({254, TiffType::longInteger, {1}});
@@ -31,7 +31,7 @@ TEST_F(TiffCodec, CountsEveryTopLevelDirectory) {
   EXPECT_EQ(describe(tiffFile(std::vector<TiffPage>(300, page))).value().imageCount, 300U);
 }
 
-TEST_F(TiffCodec, GivesTheFirstPage) {
+TEST_F(TiffFormat, GivesTheFirstPage) {
   const TiffPicture first = picture(kMinIsBlack, 1, 8, 3, 5);
   const TiffPicture second = picture(kRgb, 3, 16, 17, 9);
   const Bytes file = tiffFile({tiffPage(first), tiffPage(second)});
@@ -39,7 +39,7 @@ TEST_F(TiffCodec, GivesTheFirstPage) {
   EXPECT_EQ(samplesOf(decode(file).value()), valuesOf(first));
 }
 
-TEST_F(TiffCodec, RefusesABrokenChainOfDirectories) {
+TEST_F(TiffFormat, RefusesABrokenChainOfDirectories) {
   const Bytes good = tiffFile({tiffPage(picture(kMinIsBlack, 1, 8, 3, 5))});
   ASSERT_TRUE(describe(good));
   const auto withNextDirectory = [&](std::uint32_t offset) {
@@ -55,7 +55,7 @@ TEST_F(TiffCodec, RefusesABrokenChainOfDirectories) {
   }
 }
 
-TEST_F(TiffCodec, RefusesBrokenHeaders) {
+TEST_F(TiffFormat, RefusesBrokenHeaders) {
   const Bytes good = tiffFile({tiffPage(picture(kMinIsBlack, 1, 8, 3, 5))});
   for (std::size_t i = 0; i < 4; ++i) {
     Bytes file = good;
@@ -67,7 +67,7 @@ TEST_F(TiffCodec, RefusesBrokenHeaders) {
   EXPECT_FALSE(describe({'I', 'I', 42, 0, 0, 0, 0, 0}));
 }
 
-TEST_F(TiffCodec, RefusesBigTiff) {
+TEST_F(TiffFormat, RefusesBigTiff) {
   const TiffPage page = tiffPage(picture(kMinIsBlack, 1, 8, 3, 5));
   for (const bool bigEndian : {false, true}) {
     ASSERT_TRUE(describe(tiffFile({page}, {.bigEndian = bigEndian})));
@@ -77,7 +77,7 @@ TEST_F(TiffCodec, RefusesBigTiff) {
   }
 }
 
-TEST_F(TiffCodec, ReportsTheOrientationAndNeverAppliesIt) {
+TEST_F(TiffFormat, ReportsTheOrientationAndNeverAppliesIt) {
   TiffPicture exact = picture(kRgb, 3, 8, 3, 5);
   TiffPicture converted = picture(kMinIsBlack, 1, 4, 3, 5);
   for (const TiffPicture& source : {exact, converted}) {
@@ -99,7 +99,7 @@ TEST_F(TiffCodec, ReportsTheOrientationAndNeverAppliesIt) {
   }
 }
 
-TEST_F(TiffCodec, GivesTheResolutionInPixelsPerInch) {
+TEST_F(TiffFormat, GivesTheResolutionInPixelsPerInch) {
   struct Row {
     std::uint32_t numerator, denominator, unit;
     std::optional<double> expected;
@@ -132,7 +132,7 @@ TEST_F(TiffCodec, GivesTheResolutionInPixelsPerInch) {
 
 std::vector<std::uint32_t> numbers(const Bytes& bytes) { return {bytes.begin(), bytes.end()}; }
 
-TEST_F(TiffCodec, HandsOutTheBlocksByteForByte) {
+TEST_F(TiffFormat, HandsOutTheBlocksByteForByte) {
   const Bytes icc{0, 0, 0, 8, 'l', 'c', 'm', 's', 1};
   const Bytes xmp{'<', 'x', '/', '>', 0};
   const Bytes iptc{0x1C, 2, 5, 0, 1, 'x'};
@@ -148,7 +148,7 @@ TEST_F(TiffCodec, HandsOutTheBlocksByteForByte) {
   }
 }
 
-TEST_F(TiffCodec, ReadsIptcDeclaredAs32BitNumbersInEitherByteOrder) {
+TEST_F(TiffFormat, ReadsIptcDeclaredAs32BitNumbersInEitherByteOrder) {
   const Bytes iptc{0x1C, 2, 5, 0, 3, 'a', 'b', 'c'};
   const std::vector<std::uint32_t> lowFirst{0x0005021C, 0x63626103};
   const std::vector<std::uint32_t> highFirst{0x1C020500, 0x03616263};
@@ -163,7 +163,7 @@ TEST_F(TiffCodec, ReadsIptcDeclaredAs32BitNumbersInEitherByteOrder) {
   }
 }
 
-TEST_F(TiffCodec, LeavesOutABlockThatLiesOutsideTheFile) {
+TEST_F(TiffFormat, LeavesOutABlockThatLiesOutsideTheFile) {
   TiffPage page = tiffPage(picture(kMinIsBlack, 1, 8, 3, 5));
   page.set({34675, TiffType::undefined, std::vector<std::uint32_t>(100, 7)});
   Bytes file = tiffFile({page});
@@ -176,7 +176,7 @@ TEST_F(TiffCodec, LeavesOutABlockThatLiesOutsideTheFile) {
   EXPECT_EQ(facts->iccProfile, std::nullopt);
 }
 
-TEST_F(TiffCodec, MakesAnExifBlockOfTheDescriptiveTags) {
+TEST_F(TiffFormat, MakesAnExifBlockOfTheDescriptiveTags) {
   TiffPage page = tiffPage(picture(kMinIsBlack, 1, 8, 3, 5));
   page.set({271, TiffType::ascii, {'M', 'a', 'k', 'e', 'r', 0}});
   const auto facts = describe(tiffFile({page}));
@@ -185,7 +185,7 @@ TEST_F(TiffCodec, MakesAnExifBlockOfTheDescriptiveTags) {
   EXPECT_EQ(facts->metadata.exif->front(), 'I');
 }
 
-TEST_F(TiffCodec, ReadsARealFile) {
+TEST_F(TiffFormat, ReadsARealFile) {
   std::ifstream stream(std::string(QUELLOR_SAMPLES) + "/other/tiff_Jobagent.tiff", std::ios::binary);
   if (!stream) GTEST_SKIP() << "no samples";
   const Bytes file((std::istreambuf_iterator<char>(stream)), {});

@@ -7,7 +7,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "tests/platform/formats/tiff_codec_fixture.h"
+#include "tests/platform/formats/tiff_format_fixture.h"
 
 namespace quellor {
 namespace {
@@ -29,7 +29,7 @@ constexpr std::uint16_t kNumberOfInks = 334;
 constexpr std::uint16_t kSampleFormat = 339;
 constexpr std::uint16_t kYCbCrSubsampling = 530;
 
-class TiffLayouts : public TiffCodec {};
+class TiffLayouts : public TiffFormat {};
 
 TEST_F(TiffLayouts, OfOtherDepthsAreDescribedButNotDecoded) {
   for (const std::uint16_t photometric : {kMinIsWhite, kMinIsBlack, kRgb}) {

@@ -5,7 +5,7 @@
 
 #include <gtest/gtest.h>
 
-#include "tests/platform/formats/tiff_codec_fixture.h"
+#include "tests/platform/formats/tiff_format_fixture.h"
 #include "tests/support/byte_texts.h"
 
 namespace quellor {
@@ -46,7 +46,7 @@ struct Case {
   std::vector<TiffPage> pages;
 };
 
-class TiffPreviews : public TiffCodec {
+class TiffPreviews : public TiffFormat {
  protected:
   void expectReadable(const std::string& what, const Bytes& file) const {
     EXPECT_TRUE(describe(file)) << what;

@@ -7,7 +7,7 @@
 
 #include "platform/pixels/rgbx_drawing.h"
 #include "platform/values/bytes.h"
-#include "tests/support/codec_samples.h"
+#include "tests/support/format_samples.h"
 #include "tests/support/raster_fixture.h"
 #include "tests/support/reference_drawing.h"
 

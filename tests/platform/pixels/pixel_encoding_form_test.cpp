@@ -7,7 +7,7 @@
 #include <gtest/gtest.h>
 
 #include "platform/pixels/encoding_form.h"
-#include "tests/support/codec_samples.h"
+#include "tests/support/format_samples.h"
 #include "tests/support/raster_fixture.h"
 
 namespace quellor {

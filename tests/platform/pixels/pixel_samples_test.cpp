@@ -11,7 +11,7 @@
 
 #include "platform/pixels/rgbx_drawing.h"
 #include "platform/values/bytes.h"
-#include "tests/support/codec_samples.h"
+#include "tests/support/format_samples.h"
 
 namespace quellor {
 namespace {

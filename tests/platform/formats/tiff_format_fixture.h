@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-#include "tests/support/codec_samples.h"
+#include "tests/support/format_samples.h"
 #include "tests/support/tiff_fixture.h"
 
 namespace quellor {
@@ -20,15 +20,15 @@ inline constexpr std::uint32_t kUnspecified = 0;
 inline constexpr std::uint32_t kAssociated = 1;
 inline constexpr std::uint32_t kUnassociated = 2;
 
-class TiffCodec : public testing::Test {
+class TiffFormat : public testing::Test {
  protected:
-  void SetUp() override { ASSERT_NE(codec_, nullptr); }
+  void SetUp() override { ASSERT_NE(format_, nullptr); }
 
-  Outcome<ImageFacts> describe(const Bytes& file) const { return codec_->describe(file); }
-  Outcome<Raster> decode(const Bytes& file) const { return codec_->decode(file); }
+  Outcome<ImageFacts> describe(const Bytes& file) const { return format_->describe(file); }
+  Outcome<Raster> decode(const Bytes& file) const { return format_->decode(file); }
 
  private:
-  const ImageFormat* codec_ = &test_support::imageFormat("TIFF");
+  const ImageFormat* format_ = &test_support::imageFormat("TIFF");
 };
 
 /// A picture whose samples all differ from their neighbours and use every byte of a sample.

@@ -9,7 +9,7 @@
 #include <gtest/gtest.h>
 
 #include "platform/values/image_facts.h"
-#include "tests/support/codec_samples.h"
+#include "tests/support/format_samples.h"
 #include "tests/support/png_fixture.h"
 
 namespace quellor {
@@ -18,9 +18,9 @@ namespace {
 using test_support::encodePng;
 using test_support::PngSpec;
 
-const ImageFormat& codec() {
-  static const ImageFormat& loaded = test_support::imageFormat("PNG");
-  return loaded;
+const ImageFormat& png() {
+  static const ImageFormat& format = test_support::imageFormat("PNG");
+  return format;
 }
 
 std::uint32_t sampleAt(const Raster& raster, const Component& component, std::uint32_t x, std::uint32_t y) {
@@ -55,17 +55,17 @@ struct FormatCase {
   int depth;
 };
 
-class PngFormat : public testing::TestWithParam<std::tuple<FormatCase, bool, std::pair<int, int>>> {};
+class PngColorTypes : public testing::TestWithParam<std::tuple<FormatCase, bool, std::pair<int, int>>> {};
 
-TEST_P(PngFormat, GivesEverySampleExactly) {
+TEST_P(PngColorTypes, GivesEverySampleExactly) {
   const auto& [format, interlaced, size] = GetParam();
   PngSpec spec = patterned(format.colorType, format.depth);
   spec.interlaced = interlaced;
   spec.width = static_cast<std::uint32_t>(size.first);
   spec.height = static_cast<std::uint32_t>(size.second);
   const Bytes file = encodePng(spec);
-  const auto facts = codec().describe(file);
-  const auto raster = codec().decode(file);
+  const auto facts = png().describe(file);
+  const auto raster = png().decode(file);
   ASSERT_TRUE(facts);
   ASSERT_TRUE(raster);
 
@@ -107,26 +107,26 @@ TEST_P(PngFormat, GivesEverySampleExactly) {
 constexpr FormatCase kFormats[] = {{0, 1}, {0, 2}, {0, 4}, {0, 8}, {0, 16}, {2, 8}, {2, 16}, {3, 1},
                                    {3, 2}, {3, 4}, {3, 8}, {4, 8}, {4, 16}, {6, 8}, {6, 16}};
 
-std::string formatName(const testing::TestParamInfo<PngFormat::ParamType>& test) {
+std::string formatName(const testing::TestParamInfo<PngColorTypes::ParamType>& test) {
   const auto& [format, interlaced, size] = test.param;
   return "type" + std::to_string(format.colorType) + "_" + std::to_string(format.depth) + "bit_" +
          std::to_string(size.first) + "x" + std::to_string(size.second) + (interlaced ? "_interlaced" : "");
 }
 
-INSTANTIATE_TEST_SUITE_P(All, PngFormat,
+INSTANTIATE_TEST_SUITE_P(All, PngColorTypes,
                          testing::Combine(testing::ValuesIn(kFormats), testing::Bool(),
                                           testing::Values(std::pair(1, 1), std::pair(3, 5), std::pair(17, 9),
                                                           std::pair(300, 40))),
                          formatName);
 
-TEST(PngCodec, MakesAlphaOfATransparentPalette) {
+TEST(PngFormat, MakesAlphaOfATransparentPalette) {
   for (const bool interlaced : {false, true}) {
     PngSpec spec = patterned(3, 2);
     spec.interlaced = interlaced;
     spec.paletteAlpha = {0, 100};  // the rest is opaque
     const Bytes file = encodePng(spec);
-    EXPECT_TRUE(codec().describe(file).value().hasAlpha);
-    const auto raster = codec().decode(file);
+    EXPECT_TRUE(png().describe(file).value().hasAlpha);
+    const auto raster = png().decode(file);
     ASSERT_TRUE(raster);
     ASSERT_TRUE(raster->alpha);
     constexpr std::uint32_t kAlphas[] = {0, 100, 255, 255};
@@ -140,7 +140,7 @@ TEST(PngCodec, MakesAlphaOfATransparentPalette) {
   }
 }
 
-TEST(PngCodec, MakesAlphaOfATransparentColor) {
+TEST(PngFormat, MakesAlphaOfATransparentColor) {
   for (const FormatCase format :
        {FormatCase{0, 2}, FormatCase{0, 8}, FormatCase{0, 16}, FormatCase{2, 8}, FormatCase{2, 16}}) {
     PngSpec spec = patterned(format.colorType, format.depth);
@@ -148,8 +148,8 @@ TEST(PngCodec, MakesAlphaOfATransparentColor) {
     for (std::uint32_t c = 0; c < 3; ++c) transparent[c] = static_cast<std::uint16_t>(patternAt(4, 3, c, format.depth));
     spec.transparentColor = transparent;
     const Bytes file = encodePng(spec);
-    EXPECT_TRUE(codec().describe(file).value().hasAlpha);
-    const auto raster = codec().decode(file);
+    EXPECT_TRUE(png().describe(file).value().hasAlpha);
+    const auto raster = png().decode(file);
     ASSERT_TRUE(raster);
     ASSERT_TRUE(raster->alpha);
     const std::uint32_t opaque = format.depth == 16 ? 65535 : 255;
@@ -162,13 +162,13 @@ TEST(PngCodec, MakesAlphaOfATransparentColor) {
   }
 }
 
-TEST(PngCodec, RefusesAnIndexBeyondThePalette) {
+TEST(PngFormat, RefusesAnIndexBeyondThePalette) {
   PngSpec spec = patterned(3, 8);
   spec.palette.resize(3);
   spec.sample = [](auto x, auto y, auto) { return x == 5 && y == 5 ? 3U : 2U; };
-  EXPECT_FALSE(codec().decode(encodePng(spec)));
+  EXPECT_FALSE(png().decode(encodePng(spec)));
   spec.sample = [](auto, auto, auto) { return 2U; };
-  EXPECT_TRUE(codec().decode(encodePng(spec)));
+  EXPECT_TRUE(png().decode(encodePng(spec)));
 }
 
 }  // namespace

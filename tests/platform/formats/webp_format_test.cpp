@@ -5,7 +5,7 @@
 #include <gtest/gtest.h>
 #include <webp/decode.h>
 
-#include "tests/support/codec_samples.h"
+#include "tests/support/format_samples.h"
 #include "tests/support/webp_fixture.h"
 
 namespace quellor {
@@ -27,15 +27,15 @@ constexpr std::uint8_t kExifFlag = 0x08;
 constexpr std::uint8_t kXmpFlag = 0x04;
 constexpr std::uint8_t kAnimationFlag = 0x02;
 
-class WebpCodec : public testing::Test {
+class WebpFormat : public testing::Test {
  protected:
-  void SetUp() override { ASSERT_NE(codec_, nullptr); }
+  void SetUp() override { ASSERT_NE(format_, nullptr); }
 
-  Outcome<ImageFacts> describe(const Bytes& file) const { return codec_->describe(file); }
-  Outcome<Raster> decode(const Bytes& file) const { return codec_->decode(file); }
+  Outcome<ImageFacts> describe(const Bytes& file) const { return format_->describe(file); }
+  Outcome<Raster> decode(const Bytes& file) const { return format_->decode(file); }
 
  private:
-  const ImageFormat* codec_ = &test_support::imageFormat("WebP");
+  const ImageFormat* format_ = &test_support::imageFormat("WebP");
 };
 
 /// Pixels that all differ; `alpha` says whether they are of all opacities or opaque.
@@ -68,7 +68,7 @@ struct Size {
 };
 constexpr Size kSizes[] = {{1, 1}, {3, 5}, {17, 9}, {64, 33}, {130, 71}};
 
-TEST_F(WebpCodec, GivesEverySampleOfALosslessPicture) {
+TEST_F(WebpFormat, GivesEverySampleOfALosslessPicture) {
   for (const Size& size : kSizes) {
     for (const bool alpha : {false, true}) {
       const WebpPicture source = picture(size.width, size.height, alpha);
@@ -115,7 +115,7 @@ Planes planesOf(const Bytes& file) {
           copy(red, columns, rows, chromaStride)};
 }
 
-TEST_F(WebpCodec, GivesThePlanesOfALossyPictureAsCoded) {
+TEST_F(WebpFormat, GivesThePlanesOfALossyPictureAsCoded) {
   for (const Size& size : kSizes) {
     for (const bool alpha : {false, true}) {
       const WebpPicture source = picture(size.width, size.height, alpha);
@@ -142,7 +142,7 @@ TEST_F(WebpCodec, GivesThePlanesOfALossyPictureAsCoded) {
   }
 }
 
-TEST_F(WebpCodec, CodesColorInTheLimitedRangeOfBt601) {
+TEST_F(WebpFormat, CodesColorInTheLimitedRangeOfBt601) {
   struct Row {
     std::vector<int> pixel;
     int luma, blue, red;  // ITU-R BT.601, 8-bit quantisation
@@ -171,7 +171,7 @@ Bytes extended(const Bytes& still, Size size, std::uint8_t flags, const std::vec
   return webpFile(chunks);
 }
 
-TEST_F(WebpCodec, HandsOutTheBlocksByteForByte) {
+TEST_F(WebpFormat, HandsOutTheBlocksByteForByte) {
   const Bytes icc{1, 2, 3, 4, 5};
   const Bytes exif{'I', 'I', 42, 0, 8, 0, 0, 0, 0, 0};
   const Bytes xmp{'<', 'x', '/', '>'};
@@ -191,7 +191,7 @@ TEST_F(WebpCodec, HandsOutTheBlocksByteForByte) {
   }
 }
 
-TEST_F(WebpCodec, LeavesOutAnExifBlockThatIsNone) {
+TEST_F(WebpFormat, LeavesOutAnExifBlockThatIsNone) {
   const Bytes onePrefix{'E', 'x', 'i', 'f', 0, 0};
   for (const Bytes& block : {Bytes{}, onePrefix, Bytes(20, 'x'), Bytes{'I', 'I', 42}}) {
     const Bytes file = extended(losslessWebp(picture(3, 5, false)), {3, 5}, kExifFlag, {}, {{"EXIF", block}});
@@ -201,7 +201,7 @@ TEST_F(WebpCodec, LeavesOutAnExifBlockThatIsNone) {
   }
 }
 
-TEST_F(WebpCodec, HasAlphaOnlyWhereItIsCoded) {
+TEST_F(WebpFormat, HasAlphaOnlyWhereItIsCoded) {
   const Bytes file = extended(lossyWebp(picture(17, 9, false)), {17, 9}, kAlphaFlag, {}, {});
   EXPECT_FALSE(describe(file).value().hasAlpha);
   EXPECT_FALSE(decode(file).value().alpha);
@@ -214,7 +214,7 @@ Bytes animation(Size canvas, const std::vector<WebpChunk>& frames) {
   return webpFile(chunks);
 }
 
-TEST_F(WebpCodec, CountsFramesAndGivesTheFirst) {
+TEST_F(WebpFormat, CountsFramesAndGivesTheFirst) {
   const WebpPicture first = picture(17, 9, false);
   const WebpChunk firstFrame = webpFrame(losslessWebp(first), 0, 0, 17, 9);
   const WebpChunk otherFrame = webpFrame(lossyWebp(picture(3, 5, true)), 2, 4, 3, 5);
@@ -228,7 +228,7 @@ TEST_F(WebpCodec, CountsFramesAndGivesTheFirst) {
   EXPECT_EQ(samplesOf(decode(file).value()), withoutAlpha(first.rgba));
 }
 
-TEST_F(WebpCodec, PutsASmallFirstFrameOnATransparentCanvas) {
+TEST_F(WebpFormat, PutsASmallFirstFrameOnATransparentCanvas) {
   const WebpPicture source = picture(3, 5, true);
   const Bytes file = animation({10, 12}, {webpFrame(losslessWebp(source), 6, 4, 3, 5)});
   EXPECT_TRUE(describe(file).value().hasAlpha);
@@ -241,7 +241,7 @@ TEST_F(WebpCodec, PutsASmallFirstFrameOnATransparentCanvas) {
   EXPECT_EQ(samplesOf(*raster), expected);
 }
 
-TEST_F(WebpCodec, ConvertsASmallLossyFirstFrame) {
+TEST_F(WebpFormat, ConvertsASmallLossyFirstFrame) {
   WebpPicture source{4, 4, {}};
   for (int i = 0; i < 16; ++i) source.rgba.insert(source.rgba.end(), {255, 255, 255, 255});
   const auto raster = decode(animation({6, 4}, {webpFrame(lossyWebp(source), 2, 0, 4, 4)}));
@@ -253,14 +253,14 @@ TEST_F(WebpCodec, ConvertsASmallLossyFirstFrame) {
   EXPECT_EQ(samples[11], 255);
 }
 
-TEST_F(WebpCodec, GivesALossyFirstFrameThatCoversTheCanvasAsCoded) {
+TEST_F(WebpFormat, GivesALossyFirstFrameThatCoversTheCanvasAsCoded) {
   const Bytes still = lossyWebp(picture(17, 9, false));
   const auto raster = decode(animation({17, 9}, {webpFrame(still, 0, 0, 17, 9)}));
   ASSERT_TRUE(raster);
   EXPECT_EQ(samplesOf(raster->components.at(0), 8), planesOf(still).luma);
 }
 
-TEST_F(WebpCodec, RefusesAFrameThatLeavesTheCanvas) {
+TEST_F(WebpFormat, RefusesAFrameThatLeavesTheCanvas) {
   const Bytes still = losslessWebp(picture(3, 5, false));
   for (const Bytes& file :
        {animation({4, 5}, {webpFrame(still, 2, 0, 3, 5)}), animation({3, 4}, {webpFrame(still, 0, 0, 3, 5)})}) {
@@ -269,7 +269,7 @@ TEST_F(WebpCodec, RefusesAFrameThatLeavesTheCanvas) {
   }
 }
 
-TEST_F(WebpCodec, RefusesFilesThatEndEarly) {
+TEST_F(WebpFormat, RefusesFilesThatEndEarly) {
   const Bytes files[] = {losslessWebp(picture(33, 20, true)), lossyWebp(picture(33, 20, true)),
                          lossyWebp(picture(33, 20, false)),
                          animation({17, 9}, {webpFrame(losslessWebp(picture(17, 9, true)), 0, 0, 17, 9),
@@ -284,7 +284,7 @@ TEST_F(WebpCodec, RefusesFilesThatEndEarly) {
   }
 }
 
-TEST_F(WebpCodec, RefusesABitstreamThatEndsEarlyInAWholeContainer) {
+TEST_F(WebpFormat, RefusesABitstreamThatEndsEarlyInAWholeContainer) {
   for (const bool lossy : {false, true}) {
     for (const bool alpha : {false, true}) {
       const WebpPicture source = picture(64, 33, alpha);
@@ -302,7 +302,7 @@ TEST_F(WebpCodec, RefusesABitstreamThatEndsEarlyInAWholeContainer) {
   }
 }
 
-TEST_F(WebpCodec, RefusesBytesThatAreNoContainer) {
+TEST_F(WebpFormat, RefusesBytesThatAreNoContainer) {
   Bytes file = losslessWebp(picture(3, 5, false));
   EXPECT_FALSE(describe({}));
   EXPECT_FALSE(describe(Bytes(file.begin() + 12, file.end())));

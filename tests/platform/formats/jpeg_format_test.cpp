@@ -8,7 +8,7 @@
 
 #include "platform/values/image_facts.h"
 #include "tests/support/byte_texts.h"
-#include "tests/support/codec_samples.h"
+#include "tests/support/format_samples.h"
 #include "tests/support/jpeg_fixture.h"
 
 namespace quellor {
@@ -19,9 +19,9 @@ using test_support::encodeJpeg;
 using test_support::JpegSpec;
 using Coding = JpegSpec::Coding;
 
-const ImageFormat& codec() {
-  static const ImageFormat& loaded = test_support::imageFormat("JPEG");
-  return loaded;
+const ImageFormat& jpeg() {
+  static const ImageFormat& format = test_support::imageFormat("JPEG");
+  return format;
 }
 
 std::uint8_t sampleAt(const Component& component, std::uint32_t x, std::uint32_t y) {
@@ -49,7 +49,7 @@ TEST_P(JpegSampling, GivesTheCodedSamplesOfEveryComponent) {
   spec.arithmetic = process >= 2;
   const Bytes file = encodeJpeg(spec);
 
-  const auto raster = codec().decode(file);
+  const auto raster = jpeg().decode(file);
   ASSERT_TRUE(raster);
   EXPECT_EQ(raster->width, spec.width);
   EXPECT_EQ(raster->height, spec.height);
@@ -97,11 +97,11 @@ INSTANTIATE_TEST_SUITE_P(All, JpegSampling,
                                           testing::Range(0, 4)),
                          samplingName);
 
-TEST(JpegCodec, UpsamplesColorDifferencesAtAThirdOfTheLuma) {
+TEST(JpegFormat, UpsamplesColorDifferencesAtAThirdOfTheLuma) {
   JpegSpec spec;
   spec.horizontalFactor = 3;
   const Bytes file = encodeJpeg(spec);
-  const auto raster = codec().decode(file);
+  const auto raster = jpeg().decode(file);
   ASSERT_TRUE(raster);
   ASSERT_EQ(raster->model, SampleModel::ycbcr);
   const Bytes expected = test_support::decodeJpegPlainly(file);
@@ -111,13 +111,13 @@ TEST(JpegCodec, UpsamplesColorDifferencesAtAThirdOfTheLuma) {
   }
 }
 
-TEST(JpegCodec, UpsamplesWhatHasNoPlanesOfItsOwn) {
+TEST(JpegFormat, UpsamplesWhatHasNoPlanesOfItsOwn) {
   for (const Coding coding : {Coding::rgb, Coding::cmyk, Coding::ycck}) {
     JpegSpec spec;
     spec.coding = coding;
     spec.horizontalFactor = 2;
     spec.flat = {{200, 120, 40, 80}};
-    const auto raster = codec().decode(encodeJpeg(spec));
+    const auto raster = jpeg().decode(encodeJpeg(spec));
     ASSERT_TRUE(raster);
     for (std::size_t c = 0; c < raster->components.size(); ++c) {
       const int stored = (*spec.flat)[c];
@@ -128,40 +128,40 @@ TEST(JpegCodec, UpsamplesWhatHasNoPlanesOfItsOwn) {
   }
 }
 
-TEST(JpegCodec, SaysWhatTheSamplesMean) {
+TEST(JpegFormat, SaysWhatTheSamplesMean) {
   JpegSpec spec;
-  const auto ycbcr = codec().decode(encodeJpeg(spec));
+  const auto ycbcr = jpeg().decode(encodeJpeg(spec));
   ASSERT_TRUE(ycbcr);
   EXPECT_EQ(ycbcr->model, SampleModel::ycbcr);
   EXPECT_EQ(ycbcr->coding, (Cicp{2, 2, 6, true}));
   spec.coding = Coding::grey;
-  const auto grey = codec().decode(encodeJpeg(spec));
+  const auto grey = jpeg().decode(encodeJpeg(spec));
   ASSERT_TRUE(grey);
   EXPECT_EQ(grey->model, SampleModel::grey);
   EXPECT_TRUE(grey->coding.fullRange);
 }
 
-TEST(JpegCodec, DecodesFlatColorsExactly) {
+TEST(JpegFormat, DecodesFlatColorsExactly) {
   // A flat block has nothing but its mean, which the quantisation steps of quality 95 keep within one.
   JpegSpec spec;
   spec.width = 20;
   spec.height = 20;
   spec.flat = {{200, 90, 30, 0}};
   spec.horizontalFactor = spec.verticalFactor = 2;
-  const auto raster = codec().decode(encodeJpeg(spec));
+  const auto raster = jpeg().decode(encodeJpeg(spec));
   ASSERT_TRUE(raster);
   EXPECT_NEAR(sampleAt(raster->components[0], 19, 19), 200, 1);
   EXPECT_NEAR(sampleAt(raster->components[1], 9, 9), 90, 1);
   EXPECT_NEAR(sampleAt(raster->components[2], 9, 9), 30, 1);
 }
 
-TEST(JpegCodec, TurnsAdobesInvertedInkRound) {
+TEST(JpegFormat, TurnsAdobesInvertedInkRound) {
   // The encoder is given 255 - ink, as files with an Adobe segment have it.
   for (const Coding coding : {Coding::cmyk, Coding::ycck}) {
     JpegSpec spec;
     spec.coding = coding;
     spec.flat = {{255, 155, 55, 5}};
-    const auto raster = codec().decode(encodeJpeg(spec));
+    const auto raster = jpeg().decode(encodeJpeg(spec));
     ASSERT_TRUE(raster);
     ASSERT_EQ(raster->model, SampleModel::cmyk);
     constexpr int kInk[] = {0, 100, 200, 250};
@@ -169,23 +169,23 @@ TEST(JpegCodec, TurnsAdobesInvertedInkRound) {
   }
 }
 
-TEST(JpegCodec, LeavesInkWithoutAnAdobeSegmentAsItIs) {
+TEST(JpegFormat, LeavesInkWithoutAnAdobeSegmentAsItIs) {
   JpegSpec spec;
   spec.coding = Coding::cmyk;
   spec.flat = {{0, 100, 200, 250}};
   Bytes file = encodeJpeg(spec);
   const Bytes name = bytesOf("Adobe");
   file.at(test_support::firstPlaceOf(name, file)) = 'X';
-  const auto raster = codec().decode(file);
+  const auto raster = jpeg().decode(file);
   ASSERT_TRUE(raster);
   EXPECT_NEAR(sampleAt(raster->components[1], 3, 3), 100, 2);
   EXPECT_NEAR(sampleAt(raster->components[3], 3, 3), 250, 2);
 }
 
-TEST(JpegCodec, KeepsEveryPlaneInOneBlockOfMemory) {
+TEST(JpegFormat, KeepsEveryPlaneInOneBlockOfMemory) {
   JpegSpec spec;
   spec.horizontalFactor = spec.verticalFactor = 2;
-  const auto raster = codec().decode(encodeJpeg(spec));
+  const auto raster = jpeg().decode(encodeJpeg(spec));
   ASSERT_TRUE(raster);
   ASSERT_TRUE(raster->owner);
   EXPECT_EQ(raster->owner.get(), raster->components[0].firstSample);

@@ -4,7 +4,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "tests/platform/formats/tiff_codec_fixture.h"
+#include "tests/platform/formats/tiff_format_fixture.h"
 
 namespace quellor {
 namespace {
@@ -31,7 +31,7 @@ struct Size {
 };
 constexpr Size kSizes[] = {{1, 1}, {3, 5}, {17, 9}, {33, 40}};
 
-TEST_F(TiffCodec, GivesEverySampleOfEveryLayoutAsCoded) {
+TEST_F(TiffFormat, GivesEverySampleOfEveryLayoutAsCoded) {
   for (const Model& model : kModels) {
     for (const Size& size : kSizes) {
       for (int variant = 0; variant < 48; ++variant) {
@@ -69,7 +69,7 @@ TEST_F(TiffCodec, GivesEverySampleOfEveryLayoutAsCoded) {
   }
 }
 
-TEST_F(TiffCodec, TurnsMinIsWhiteAround) {
+TEST_F(TiffFormat, TurnsMinIsWhiteAround) {
   for (const std::uint16_t bits : {std::uint16_t{8}, std::uint16_t{16}}) {
     const TiffPicture source = picture(kMinIsWhite, 1, bits, 17, 9);
     std::vector<int> expected = valuesOf(source);
@@ -80,7 +80,7 @@ TEST_F(TiffCodec, TurnsMinIsWhiteAround) {
   }
 }
 
-TEST_F(TiffCodec, TurnsMinIsWhiteAroundButNotItsAlpha) {
+TEST_F(TiffFormat, TurnsMinIsWhiteAroundButNotItsAlpha) {
   TiffPicture source = picture(kMinIsWhite, 2, 8, 2, 1);
   source.extraSamples = {kUnassociated};
   source.values = {0, 10, 255, 20};
@@ -89,7 +89,7 @@ TEST_F(TiffCodec, TurnsMinIsWhiteAroundButNotItsAlpha) {
   EXPECT_EQ(samplesOf(*raster), (std::vector<int>{255, 10, 0, 20}));
 }
 
-TEST_F(TiffCodec, ExpandsGreyOfLessThanEightBits) {
+TEST_F(TiffFormat, ExpandsGreyOfLessThanEightBits) {
   for (const std::uint16_t bits : {std::uint16_t{1}, std::uint16_t{2}, std::uint16_t{4}}) {
     for (const std::uint16_t photometric : {kMinIsBlack, kMinIsWhite}) {
       for (const Size& size : kSizes) {
@@ -111,7 +111,7 @@ TEST_F(TiffCodec, ExpandsGreyOfLessThanEightBits) {
   }
 }
 
-TEST_F(TiffCodec, LooksPaletteColorsUp) {
+TEST_F(TiffFormat, LooksPaletteColorsUp) {
   for (const std::uint16_t bits : {std::uint16_t{1}, std::uint16_t{4}, std::uint16_t{8}}) {
     const TiffPicture source = picture(kPalette, 1, bits, 17, 9);
     const std::uint32_t colors = 1U << bits;
@@ -131,7 +131,7 @@ TEST_F(TiffCodec, LooksPaletteColorsUp) {
   }
 }
 
-TEST_F(TiffCodec, TakesForAlphaOnlyWhatIsDeclaredAsAlpha) {
+TEST_F(TiffFormat, TakesForAlphaOnlyWhatIsDeclaredAsAlpha) {
   struct Row {
     std::vector<std::uint32_t> extraSamples;
     std::vector<int> taken;  // samples of the one pixel that come out
@@ -161,7 +161,7 @@ TEST_F(TiffCodec, TakesForAlphaOnlyWhatIsDeclaredAsAlpha) {
   }
 }
 
-TEST_F(TiffCodec, DoesNotTakeAnUndeclaredFourthSampleForAlpha) {
+TEST_F(TiffFormat, DoesNotTakeAnUndeclaredFourthSampleForAlpha) {
   const TiffPicture source = picture(kRgb, 4, 8, 3, 5);
   const auto raster = decode(tiffFile({tiffPage(source)}));
   ASSERT_TRUE(raster);
@@ -176,7 +176,7 @@ constexpr std::uint16_t kLzma = 34925;
 constexpr std::uint16_t kZstd = 50000;
 constexpr std::uint16_t kGroup4 = 4;
 
-TEST_F(TiffCodec, DecodesLosslessCompressionExactly) {
+TEST_F(TiffFormat, DecodesLosslessCompressionExactly) {
   for (const std::uint16_t compression : {kLzw, kDeflate, kPackBits, kLzma, kZstd}) {
     for (const Size& size : kSizes) {
       const TiffPicture source = picture(kRgb, 3, 8, size.width, size.height);
@@ -187,7 +187,7 @@ TEST_F(TiffCodec, DecodesLosslessCompressionExactly) {
   }
 }
 
-TEST_F(TiffCodec, DecodesFaxCompressionExactly) {
+TEST_F(TiffFormat, DecodesFaxCompressionExactly) {
   const TiffPicture source = picture(kMinIsWhite, 1, 1, 33, 40);
   const auto raster = decode(tiffFile({test_support::compressedTiffPage(source, kGroup4)}));
   ASSERT_TRUE(raster);
@@ -207,7 +207,7 @@ TiffPicture smoothPicture(std::uint16_t photometric) {
   return result;
 }
 
-TEST_F(TiffCodec, ConvertsJpegCompressedYCbCrToRgb) {
+TEST_F(TiffFormat, ConvertsJpegCompressedYCbCrToRgb) {
   const TiffPicture source = smoothPicture(kYCbCr);
   const Bytes file = tiffFile({test_support::compressedTiffPage(source, kJpeg)});
   const auto raster = decode(file);
@@ -220,7 +220,7 @@ TEST_F(TiffCodec, ConvertsJpegCompressedYCbCrToRgb) {
   EXPECT_EQ(describe(file)->colorModel, ColorModel::rgb);
 }
 
-TEST_F(TiffCodec, RefusesACompressedStripThatEndsEarly) {
+TEST_F(TiffFormat, RefusesACompressedStripThatEndsEarly) {
   struct Row {
     TiffPicture source;
     std::uint16_t compression;
@@ -246,7 +246,7 @@ TEST_F(TiffCodec, RefusesACompressedStripThatEndsEarly) {
   }
 }
 
-TEST_F(TiffCodec, RefusesFilesThatEndEarlyWhateverStandsLast) {
+TEST_F(TiffFormat, RefusesFilesThatEndEarlyWhateverStandsLast) {
   for (const bool samplesLast : {false, true}) {
     const TiffForm form{.samplesLast = samplesLast};
     for (const std::uint16_t bits : {std::uint16_t{4}, std::uint16_t{8}}) {
@@ -263,7 +263,7 @@ TEST_F(TiffCodec, RefusesFilesThatEndEarlyWhateverStandsLast) {
   }
 }
 
-TEST_F(TiffCodec, DescribesButDoesNotDecodeWhatHasNoRaster) {
+TEST_F(TiffFormat, DescribesButDoesNotDecodeWhatHasNoRaster) {
   struct Row {
     const char* what;
     TiffPicture source;
@@ -295,7 +295,7 @@ TEST_F(TiffCodec, DescribesButDoesNotDecodeWhatHasNoRaster) {
   }
 }
 
-TEST_F(TiffCodec, RefusesSizesThatTheFileCannotHold) {
+TEST_F(TiffFormat, RefusesSizesThatTheFileCannotHold) {
   struct Row {
     std::uint32_t width;
     std::uint32_t height;
@@ -312,7 +312,7 @@ TEST_F(TiffCodec, RefusesSizesThatTheFileCannotHold) {
   }
 }
 
-TEST_F(TiffCodec, RefusesATileOfAbsurdSize) {
+TEST_F(TiffFormat, RefusesATileOfAbsurdSize) {
   TiffPicture source = picture(kMinIsBlack, 1, 8, 3, 5);
   source.tileSize = 16;
   for (const std::uint32_t side : {32768U, 65536U, 0x40000000U, 0xFFFFFFF0U}) {

@@ -3,7 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "tests/support/codec_samples.h"
+#include "tests/support/format_samples.h"
 #include "tests/support/gif_fixture.h"
 
 namespace quellor {
@@ -14,15 +14,15 @@ using test_support::GifFrameRecipe;
 using test_support::GifRecipe;
 using test_support::samplesOf;
 
-class GifCodec : public testing::Test {
+class GifFormat : public testing::Test {
  protected:
-  void SetUp() override { ASSERT_NE(codec_, nullptr); }
+  void SetUp() override { ASSERT_NE(format_, nullptr); }
 
-  Outcome<ImageFacts> describe(const Bytes& file) const { return codec_->describe(file); }
-  Outcome<Raster> decode(const Bytes& file) const { return codec_->decode(file); }
+  Outcome<ImageFacts> describe(const Bytes& file) const { return format_->describe(file); }
+  Outcome<Raster> decode(const Bytes& file) const { return format_->decode(file); }
 
  private:
-  const ImageFormat* codec_ = &test_support::imageFormat("GIF");
+  const ImageFormat* format_ = &test_support::imageFormat("GIF");
 };
 
 Bytes colorMap(std::size_t colors, int seed = 11) {
@@ -72,7 +72,7 @@ std::vector<int> composed(const GifRecipe& recipe, bool withAlpha) {
   return samples;
 }
 
-TEST_F(GifCodec, GivesEveryPixelOfEverySizeAndDepth) {
+TEST_F(GifFormat, GivesEveryPixelOfEverySizeAndDepth) {
   struct Size {
     std::uint16_t width, height;
   };
@@ -102,7 +102,7 @@ TEST_F(GifCodec, GivesEveryPixelOfEverySizeAndDepth) {
   }
 }
 
-TEST_F(GifCodec, MakesTheTransparentIndexTransparent) {
+TEST_F(GifFormat, MakesTheTransparentIndexTransparent) {
   GifRecipe recipe = oneFrame(17, 9);
   recipe.frames[0].transparentIndex = 5;
   const Bytes file = gifFile(recipe);
@@ -113,7 +113,7 @@ TEST_F(GifCodec, MakesTheTransparentIndexTransparent) {
   EXPECT_EQ(samplesOf(*raster), composed(recipe, true));
 }
 
-TEST_F(GifCodec, LeavesTheScreenAroundTheFrameTransparent) {
+TEST_F(GifFormat, LeavesTheScreenAroundTheFrameTransparent) {
   for (const bool interlaced : {false, true}) {
     GifRecipe recipe = oneFrame(7, 6);
     recipe.width = 20;
@@ -130,7 +130,7 @@ TEST_F(GifCodec, LeavesTheScreenAroundTheFrameTransparent) {
   }
 }
 
-TEST_F(GifCodec, CountsFramesAndGivesTheFirst) {
+TEST_F(GifFormat, CountsFramesAndGivesTheFirst) {
   GifRecipe recipe = oneFrame(17, 9);
   recipe.frames.push_back(frame(3, 5));
   recipe.frames.push_back(frame(1, 1));
@@ -141,11 +141,11 @@ TEST_F(GifCodec, CountsFramesAndGivesTheFirst) {
   EXPECT_EQ(samplesOf(decode(file).value()), composed(recipe, false));
 }
 
-TEST_F(GifCodec, AlwaysHasItsOwnDictionary) {
+TEST_F(GifFormat, AlwaysHasItsOwnDictionary) {
   EXPECT_EQ(describe(gifFile(oneFrame(3, 5))).value().formatDictionary, FormatDictionary::gif);
 }
 
-TEST_F(GifCodec, FindsTheXmpPacketInOnePieceOrInSubBlocks) {
+TEST_F(GifFormat, FindsTheXmpPacketInOnePieceOrInSubBlocks) {
   std::string packet = "<x:xmpmeta>";
   for (int i = 0; i < 600; ++i) packet += static_cast<char>('a' + i % 26);
   for (const std::string& text : {std::string("<x/>"), packet}) {
@@ -160,7 +160,7 @@ TEST_F(GifCodec, FindsTheXmpPacketInOnePieceOrInSubBlocks) {
   }
 }
 
-TEST_F(GifCodec, RefusesFilesThatEndEarly) {
+TEST_F(GifFormat, RefusesFilesThatEndEarly) {
   GifRecipe recipe = oneFrame(17, 9);
   recipe.loopCount = 0;
   recipe.xmp = "<x/>";
@@ -174,14 +174,14 @@ TEST_F(GifCodec, RefusesFilesThatEndEarly) {
   }
 }
 
-TEST_F(GifCodec, IgnoresWhatStandsBehindTheTrailer) {
+TEST_F(GifFormat, IgnoresWhatStandsBehindTheTrailer) {
   Bytes file = gifFile(oneFrame(3, 5));
   file.insert(file.end(), {1, 2, 3});
   EXPECT_TRUE(describe(file));
   EXPECT_TRUE(decode(file));
 }
 
-TEST_F(GifCodec, RefusesAFileThatIsBrokenBehindItsFirstFrame) {
+TEST_F(GifFormat, RefusesAFileThatIsBrokenBehindItsFirstFrame) {
   Bytes file = gifFile(oneFrame(3, 5));
   file.back() = 0x00;
   file.push_back(0x3B);
@@ -200,7 +200,7 @@ Bytes withImageData(GifRecipe recipe, const Bytes& data) {
   return file;
 }
 
-TEST_F(GifCodec, RefusesImageDataThatIsShort) {
+TEST_F(GifFormat, RefusesImageDataThatIsShort) {
   const GifRecipe recipe = oneFrame(17, 9);
   const std::vector<std::uint8_t>& indexes = recipe.frames[0].indexes;
   ASSERT_TRUE(decode(withImageData(recipe, test_support::gifImageData(indexes, 3))));
@@ -213,7 +213,7 @@ TEST_F(GifCodec, RefusesImageDataThatIsShort) {
   }
 }
 
-TEST_F(GifCodec, TakesImageDataThatIsLong) {
+TEST_F(GifFormat, TakesImageDataThatIsLong) {
   const GifRecipe recipe = oneFrame(3, 5);
   std::vector<std::uint8_t> more = recipe.frames[0].indexes;
   more.resize(more.size() + 100);
@@ -222,7 +222,7 @@ TEST_F(GifCodec, TakesImageDataThatIsLong) {
   EXPECT_EQ(samplesOf(*raster), composed(recipe, false));
 }
 
-TEST_F(GifCodec, RefusesCodeSizesThatTheFormatDoesNotHave) {
+TEST_F(GifFormat, RefusesCodeSizesThatTheFormatDoesNotHave) {
   const GifRecipe recipe = oneFrame(3, 5);
   for (const std::uint8_t codeSize : {std::uint8_t{0}, std::uint8_t{1}, std::uint8_t{9}, std::uint8_t{255}}) {
     Bytes data = test_support::gifImageData(recipe.frames[0].indexes, 3);
@@ -232,7 +232,7 @@ TEST_F(GifCodec, RefusesCodeSizesThatTheFormatDoesNotHave) {
   }
 }
 
-TEST_F(GifCodec, RefusesIndexesWithoutAColor) {
+TEST_F(GifFormat, RefusesIndexesWithoutAColor) {
   GifRecipe recipe = oneFrame(17, 9);
   recipe.globalMap = colorMap(4);
   EXPECT_TRUE(describe(gifFile(recipe)));
@@ -241,7 +241,7 @@ TEST_F(GifCodec, RefusesIndexesWithoutAColor) {
   EXPECT_FALSE(decode(gifFile(recipe)));
 }
 
-TEST_F(GifCodec, NeedsNoColorForTheTransparentIndex) {
+TEST_F(GifFormat, NeedsNoColorForTheTransparentIndex) {
   GifRecipe recipe = oneFrame(17, 9);
   recipe.globalMap = colorMap(4);
   for (std::uint8_t& index : recipe.frames[0].indexes) index = index < 4 ? index : 7;
@@ -251,7 +251,7 @@ TEST_F(GifCodec, NeedsNoColorForTheTransparentIndex) {
   EXPECT_EQ(samplesOf(*raster), composed(recipe, true));
 }
 
-TEST_F(GifCodec, RefusesAFirstFrameThatIsNotInsideTheScreen) {
+TEST_F(GifFormat, RefusesAFirstFrameThatIsNotInsideTheScreen) {
   struct Row {
     std::uint16_t left, top, width, height;
   };
@@ -266,7 +266,7 @@ TEST_F(GifCodec, RefusesAFirstFrameThatIsNotInsideTheScreen) {
   }
 }
 
-TEST_F(GifCodec, RefusesScreensWithoutPixelsOrWithTooMany) {
+TEST_F(GifFormat, RefusesScreensWithoutPixelsOrWithTooMany) {
   for (const std::uint16_t side : {std::uint16_t{0}, std::uint16_t{65535}}) {
     GifRecipe recipe = oneFrame(1, 1);
     recipe.width = recipe.height = side;
@@ -275,13 +275,13 @@ TEST_F(GifCodec, RefusesScreensWithoutPixelsOrWithTooMany) {
   }
 }
 
-TEST_F(GifCodec, RefusesAFileWithoutFrames) {
+TEST_F(GifFormat, RefusesAFileWithoutFrames) {
   GifRecipe recipe = oneFrame(3, 5);
   recipe.frames.clear();
   EXPECT_FALSE(describe(gifFile(recipe)));
 }
 
-TEST_F(GifCodec, KnowsBothVersionsAndNoOther) {
+TEST_F(GifFormat, KnowsBothVersionsAndNoOther) {
   Bytes file = gifFile(oneFrame(3, 5));
   file[4] = '7';
   EXPECT_TRUE(describe(file));
@@ -291,7 +291,7 @@ TEST_F(GifCodec, KnowsBothVersionsAndNoOther) {
   EXPECT_FALSE(decode(file));
 }
 
-TEST_F(GifCodec, GivesAControlBlockToThePlainTextThatFollowsIt) {
+TEST_F(GifFormat, GivesAControlBlockToThePlainTextThatFollowsIt) {
   Bytes file = gifFile(oneFrame(3, 5));
   const Bytes extensions{0x21, 0xF9, 4, 1, 9, 0, 0, 0, 0x21, 0x01, 2, 0, 0, 0};
   const std::size_t start = 13 + 8 * 3;
