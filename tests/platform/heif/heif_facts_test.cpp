@@ -87,8 +87,10 @@ TEST(HeifSize, IsThatOfTheStoredImageAfterItsCleanAperture) {
       {{ispe(640, 480), irot(1)}, 640, 480},
       {{ispe(64, 104), clap(29, 1, 100, 1)}, 29, 100},
       {{ispe(64, 104), clap(58, 2, 200, 2), irot(3)}, 29, 100},
-      {{ispe(64, 104), clap(29, 0, 100, 1)}, 64, 100},
-      {{ispe(64, 104), clap(1000, 1, 0, 1)}, 64, 1},
+      {{ispe(64, 104), clap(1000, 1, 100, 1)}, 64, 100},
+      // One that leaves nothing is none; such an image does not decode.
+      {{ispe(64, 104), clap(29, 0, 100, 1)}, 64, 104},
+      {{ispe(64, 104), clap(1000, 1, 0, 1)}, 64, 104},
   };
   for (const auto& c : cases) {
     const ImageFacts facts = factsWith(pictureWith(c.properties));
