@@ -11,6 +11,7 @@
 #include "platform/formats/hevc_configuration.h"
 #include "platform/formats/hevc_modules.h"
 #include "platform/formats/planes.h"
+#include "platform/formats/transformations.h"
 #include "platform/heif/encoded_image.h"
 #include "platform/hevc/nal.h"
 #include "platform/threads/threads.h"
@@ -123,6 +124,24 @@ std::optional<heif::EncodedPicture> encodePicture(const Raster& raster, EncoderS
   return heif::EncodedPicture{std::move(*configuration), std::move(units.slices)};
 }
 
+/// One picture, or the tiles of a grid one after the other: what an encoder needs is in proportion to its picture.
+std::optional<heif::EncodedTiles> encodeTiles(const Raster& raster, const EncoderSettings& settings,
+                                              const EncodingGrid& grid) {
+  heif::EncodedTiles tiles;
+  for (std::uint32_t row = 0; row < grid.rows; ++row) {
+    for (std::uint32_t column = 0; column < grid.columns; ++column) {
+      const std::uint32_t left = column * grid.tileWidth, top = row * grid.tileHeight;
+      Raster tile = raster;
+      formats::crop(tile, {left, top, std::min(grid.tileWidth, raster.width - left),
+                           std::min(grid.tileHeight, raster.height - top)});
+      auto picture = encodePicture(tile, settings, {grid.tileWidth, grid.tileHeight});
+      if (!picture) return std::nullopt;
+      tiles.push_back(std::move(*picture));
+    }
+  }
+  return tiles;
+}
+
 Raster alphaOf(const Raster& raster) {
   Raster alpha = raster;
   alpha.model = SampleModel::grey;
@@ -144,19 +163,23 @@ bool isEncodable(const Raster& raster) {
 
 std::optional<heif::OutputFile> encodeHeic(const Raster& raster, double quality) {
   if (!isEncodable(raster)) return std::nullopt;
+  const heif::ImageSize coded{codedSizeOf(raster.width), codedSizeOf(raster.height)};
+  const EncodingGrid grid = encodingGridFor(coded.width, coded.height);
   heif::EncodedImage image;
   image.size = {raster.width, raster.height};
-  image.codedSize = {codedSizeOf(raster.width), codedSizeOf(raster.height)};
+  image.codedSize = coded;
+  image.tileSize = {grid.tileWidth, grid.tileHeight};
+  image.columns = grid.columns;
+  image.rows = grid.rows;
   image.bitsPerComponent = raster.bitsPerComponent;
   image.grey = raster.model == SampleModel::grey;
   image.coding = raster.coding;
   image.premultiplied = raster.premultiplied;
-  auto picture = encodePicture(raster, encoderSettingsFor(raster, quality, PictureRole::image), image.codedSize);
-  if (!picture) return std::nullopt;
-  image.picture = std::move(*picture);
+  auto tiles = encodeTiles(raster, encoderSettingsFor(raster, quality, PictureRole::image), grid);
+  if (!tiles) return std::nullopt;
+  image.tiles = std::move(*tiles);
   if (raster.alpha) {
-    image.alpha =
-        encodePicture(alphaOf(raster), encoderSettingsFor(raster, quality, PictureRole::alpha), image.codedSize);
+    image.alpha = encodeTiles(alphaOf(raster), encoderSettingsFor(raster, quality, PictureRole::alpha), grid);
     if (!image.alpha) return std::nullopt;
   }
   return heif::fileOf(std::move(image));

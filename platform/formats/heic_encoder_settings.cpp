@@ -64,6 +64,24 @@ Options signalling(const Raster& raster, PictureRole role) {
   return options;
 }
 
+constexpr std::uint64_t kMaximumPicture = 24'000'000;
+constexpr std::uint64_t kMaximumTile = std::uint64_t{1} << 24;
+constexpr std::uint32_t kTileUnit = 64;
+constexpr std::uint32_t kMaximumColumns = 256;  // ISO/IEC 23008-12, 6.6.2.3.2
+
+std::uint32_t tilesFor(std::uint32_t size, std::uint32_t tile) { return (size + tile - 1) / tile; }
+
+/// The least multiple of the unit of which that many cover the size.
+std::uint32_t tileSizeFor(std::uint32_t size, std::uint32_t tiles) {
+  return tilesFor(tilesFor(size, tiles), kTileUnit) * kTileUnit;
+}
+
+/// Few tiles are better than many, and of as many, nearly square ones have the shortest seams.
+std::pair<std::uint64_t, std::uint64_t> costOf(const EncodingGrid& grid) {
+  const std::uint64_t tiles = std::uint64_t{grid.columns} * grid.rows;
+  return {tiles, tiles * (std::uint64_t{grid.tileWidth} + grid.tileHeight)};
+}
+
 }  // namespace
 
 EncoderSettings encoderSettingsFor(const Raster& raster, double quality, PictureRole role) {
@@ -76,6 +94,20 @@ EncoderSettings encoderSettingsFor(const Raster& raster, double quality, Picture
   append(settings.options, forOnePicture());
   settings.options.emplace_back("crf", std::to_string(rateFactorFor(quality)));
   return settings;
+}
+
+EncodingGrid encodingGridFor(std::uint32_t width, std::uint32_t height) {
+  if (std::uint64_t{width} * height <= kMaximumPicture) return {1, 1, width, height};
+  EncodingGrid best;
+  for (std::uint32_t columns = 1; columns <= kMaximumColumns; ++columns) {
+    const std::uint32_t tileWidth = tileSizeFor(width, columns);
+    const auto tallest = static_cast<std::uint32_t>(kMaximumTile / tileWidth) / kTileUnit * kTileUnit;
+    if (tallest == 0) continue;
+    const std::uint32_t tileHeight = tileSizeFor(height, tilesFor(height, tallest));
+    const EncodingGrid grid{tilesFor(width, tileWidth), tilesFor(height, tileHeight), tileWidth, tileHeight};
+    if (best.columns == 0 || costOf(grid) < costOf(best)) best = grid;
+  }
+  return best;
 }
 
 double rateFactorFor(double quality) { return 48.0 - 32.0 * quality - 10.0 * std::pow(quality, 12.0); }

@@ -1,4 +1,5 @@
 #pragma once
+#include <cstdint>
 #include <string>
 #include <utility>
 #include <vector>
@@ -21,5 +22,18 @@ enum class PictureRole : std::uint8_t { image, alpha };
 /// The settings for a raster as PixelEngine::forEncoding() gives it, at a quality from 0.0 to 1.0, and for the alpha
 /// that belongs to it. What led to them is measured in docs/performance.md.
 [[nodiscard]] EncoderSettings encoderSettingsFor(const Raster& raster, double quality, PictureRole role);
+
+/// How a large picture is divided: tiles of one size, the last ones reaching beyond the picture.
+struct EncodingGrid {
+  std::uint32_t columns = 0;
+  std::uint32_t rows = 0;
+  std::uint32_t tileWidth = 0;
+  std::uint32_t tileHeight = 0;
+};
+
+/// Up to 24 megapixels one tile of that size. Above, as few tiles of at most 2^24 pixels as there can be, as large as
+/// each other, their sizes multiples of 64: an encoder takes 16 bytes a pixel, and a tile can be had on any phone.
+/// `width` and `height` are even, and no column or row of tiles lies outside.
+EncodingGrid encodingGridFor(std::uint32_t width, std::uint32_t height);
 
 }  // namespace quellor

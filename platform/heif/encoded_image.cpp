@@ -1,5 +1,6 @@
 #include "platform/heif/encoded_image.h"
 
+#include <algorithm>
 #include <memory>
 #include <utility>
 
@@ -54,23 +55,28 @@ Bytes auxiliaryType() {
   return property(fourCC("auxC"), [](BoxWriter& box) { box.u32(0).text(kAlphaUrn); });
 }
 
+/// 23008-12, 6.6.2.3.2
+Bytes gridData(const EncodedImage& image) {
+  constexpr std::uint8_t kFieldsOf32Bits = 1;
+  BoxWriter data;
+  data.u8(0).u8(kFieldsOf32Bits).u8(image.rows - 1).u8(image.columns - 1);
+  data.u32(image.codedSize.width).u32(image.codedSize.height);
+  return data.take();
+}
+
 class FileBuilder {
  public:
   explicit FileBuilder(EncodedImage image) : image_(std::move(image)) {}
 
   OutputFile build() {
     const bool cropped = image_.size.width != image_.codedSize.width || image_.size.height != image_.codedSize.height;
-    OutputItem item{kImage, fourCC("hvc1"), false, {}, {}, {keep(std::move(image_.picture.data))}, {}};
-    const auto configuration = add(std::move(image_.picture.configuration), true);
     const auto coding = add(codePoints(image_.coding), false);
-    const auto size = add(spatialExtentsOf(image_.codedSize), false);
-    const auto aperture =
-        cropped ? std::optional(add(cleanAperture(image_.size, image_.codedSize), true)) : std::nullopt;
+    size_ = add(spatialExtentsOf(image_.codedSize), false);
+    if (isGrid()) tileSize_ = add(spatialExtentsOf(image_.tileSize), false);
+    if (cropped) aperture_ = add(cleanAperture(image_.size, image_.codedSize), true);
     const auto depths = add(channelDepths(image_.grey ? 1 : 3, image_.bitsPerComponent), false);
-    item.properties = {configuration, size, depths, coding};
-    if (aperture) item.properties.push_back(*aperture);
-    file_.items.push_back(std::move(item));
-    if (image_.alpha) addAlpha(size, aperture, depths);
+    addImage(kImage, std::move(image_.tiles), depths, {coding});
+    if (image_.alpha) addAlpha(depths);
     file_.primaryItem = kImage;
     // The brand for the Main Still Picture profile, or that for all others (23008-12, B.4.1).
     file_.majorBrand = image_.grey || image_.bitsPerComponent != 8 ? fourCC("heix") : fourCC("heic");
@@ -79,9 +85,13 @@ class FileBuilder {
   }
 
  private:
+  [[nodiscard]] bool isGrid() const { return image_.columns * image_.rows > 1; }
+
   OutputAssociation add(Bytes box, bool essential) {
-    file_.properties.push_back(std::move(box));
-    return {file_.properties.size() - 1, essential};
+    const auto same = std::find(file_.properties.begin(), file_.properties.end(), box);
+    const auto index = static_cast<std::size_t>(same - file_.properties.begin());
+    if (same == file_.properties.end()) file_.properties.push_back(std::move(box));
+    return {index, essential};
   }
 
   ByteView keep(Bytes data) {
@@ -89,20 +99,48 @@ class FileBuilder {
     return *file_.owned.back();
   }
 
-  void addAlpha(OutputAssociation size, const std::optional<OutputAssociation>& aperture,
-                OutputAssociation depthsOfImage) {
-    OutputItem item{kAlpha, fourCC("hvc1"), false, {}, {}, {keep(std::move(image_.alpha->data))}, {}};
-    const auto configuration = add(std::move(image_.alpha->configuration), true);
-    const auto depths = image_.grey ? depthsOfImage : add(channelDepths(1, image_.bitsPerComponent), false);
-    item.properties = {configuration, size, depths, add(auxiliaryType(), true)};
-    if (aperture) item.properties.push_back(*aperture);
+  /// The item of a picture, or that of a grid and those of its tiles. Transformations come last (23008-12, 6.5.1).
+  void addImage(ItemId id, EncodedTiles tiles, OutputAssociation depths, std::vector<OutputAssociation> more) {
+    OutputItem item{id, fourCC("hvc1"), false, {}, {}, {}, {}};
+    if (isGrid()) {
+      item.type = fourCC("grid");
+      item.data = {keep(gridData(image_))};
+    } else {
+      item.data = {keep(std::move(tiles.front().data))};
+      item.properties.push_back(add(std::move(tiles.front().configuration), true));
+    }
+    item.properties.insert(item.properties.end(), {*size_, depths});
+    item.properties.insert(item.properties.end(), more.begin(), more.end());
+    if (aperture_) item.properties.push_back(*aperture_);
     file_.items.push_back(std::move(item));
+    if (isGrid()) addTiles(id, std::move(tiles), depths);
+  }
+
+  void addTiles(ItemId grid, EncodedTiles tiles, OutputAssociation depths) {
+    Reference inputs{fourCC("dimg"), grid, {}};
+    for (EncodedPicture& tile : tiles) {
+      const auto configuration = add(std::move(tile.configuration), true);
+      const ItemId id = nextTile_++;
+      file_.items.push_back(
+          {id, fourCC("hvc1"), true, {}, {}, {keep(std::move(tile.data))}, {configuration, *tileSize_, depths}});
+      inputs.to.push_back(id);
+    }
+    file_.references.push_back(std::move(inputs));
+  }
+
+  void addAlpha(OutputAssociation depthsOfImage) {
+    const auto depths = image_.grey ? depthsOfImage : add(channelDepths(1, image_.bitsPerComponent), false);
+    addImage(kAlpha, std::move(*image_.alpha), depths, {add(auxiliaryType(), true)});
     file_.references.push_back({fourCC("auxl"), kAlpha, {kImage}});
     if (image_.premultiplied) file_.references.push_back({fourCC("prem"), kImage, {kAlpha}});
   }
 
   EncodedImage image_;
   OutputFile file_;
+  std::optional<OutputAssociation> size_;
+  std::optional<OutputAssociation> tileSize_;  // of a grid
+  std::optional<OutputAssociation> aperture_;
+  ItemId nextTile_ = kAlpha + 1;
 };
 
 }  // namespace

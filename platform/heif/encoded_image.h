@@ -1,5 +1,7 @@
 #pragma once
+#include <cstdint>
 #include <optional>
+#include <vector>
 
 #include "platform/heif/item_properties.h"
 #include "platform/heif/output_file.h"
@@ -13,15 +15,22 @@ struct EncodedPicture {
   Bytes data;           // NAL units behind lengths of four bytes, without parameter sets
 };
 
+/// Pictures of one size, row by row: one, or the tiles of a grid.
+using EncodedTiles = std::vector<EncodedPicture>;
+
 /// An image as it is to stand in a file.
 struct EncodedImage {
   ImageSize size;
-  ImageSize codedSize;  // of both pictures, no less than `size`: what lies to the right of and below that is cut away
+  /// Of the whole, no less than `size`: what lies to the right of and below that is cut away.
+  ImageSize codedSize;
+  ImageSize tileSize;  // of each picture; `codedSize` where there is one
+  std::uint32_t columns = 1;
+  std::uint32_t rows = 1;
   int bitsPerComponent = 8;
   bool grey = false;
   Cicp coding;
-  EncodedPicture picture;
-  std::optional<EncodedPicture> alpha;
+  EncodedTiles tiles;  // columns * rows
+  std::optional<EncodedTiles> alpha;
   bool premultiplied = false;
 };
 
