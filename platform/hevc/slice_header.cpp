@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <bit>
 
+#include "platform/hevc/syntax.h"
+
 namespace quellor::hevc {
 namespace {
 
@@ -17,6 +19,9 @@ constexpr unsigned kIntraSlice = 2;  // table 7-7
 /// Ceil( Log2( count ) )
 unsigned bitsFor(unsigned count) { return static_cast<unsigned>(std::bit_width(count - 1)); }
 
+constexpr Judgement kBroken{Verdict::damaged, "a slice header is broken"};
+
+/// The fields about picture order and reference pictures. False when a set of those is predicted from another one.
 bool skipPictureOrder(BitReader& reader, const Sps& sps) {
   reader.skip(sps.pocBits);
   if (!reader.flag()) {
@@ -77,7 +82,7 @@ unsigned parsePpsId(ByteView payload, unsigned unitType) {
   return reader.failed() ? kMaximumPps : id;
 }
 
-Parsed parseSliceHeader(ByteView payload, unsigned unitType, const Sps& sps, const Pps& pps, SliceHeader& header) {
+Judgement parseSliceHeader(ByteView payload, unsigned unitType, const Sps& sps, const Pps& pps, SliceHeader& header) {
   BitReader reader(payload);
   header.firstInPicture = reader.flag();
   if (unitType >= kFirstIrap && unitType <= kLastIrap) reader.flag();
@@ -89,23 +94,23 @@ Parsed parseSliceHeader(ByteView payload, unsigned unitType, const Sps& sps, con
   if (!header.firstInPicture) {
     header.dependent = pps.dependentSegments && reader.flag();
     header.address = reader.bits(bitsFor(blocks));
-    if (header.address == 0 || header.address >= blocks) return Parsed::no;
+    if (header.address == 0 || header.address >= blocks) return kBroken;
   }
   if (!header.dependent) {
     header.sliceAddress = header.address;
     reader.skip(pps.extraHeaderBits);
     const unsigned type = reader.unsignedGolomb(kIntraSlice);
     reader.skip(pps.outputFlag ? 1 : 0);
-    if (!reader.failed() && type != kIntraSlice) return Parsed::unusual;
+    if (!reader.failed() && type != kIntraSlice) return {Verdict::unknown, "a slice is not an intra slice"};
     if (unitType != kIdrWithRadl && unitType != kIdrWithoutLeading && !skipPictureOrder(reader, sps)) {
-      return Parsed::unusual;
+      return {Verdict::unknown, "a set of reference pictures is predicted from another"};
     }
     readFilters(reader, sps, pps, header);
   }
   if (pps.tiles || pps.wavefront) readSubsetSizes(reader, blocks, header);
   if (pps.headerExtension) reader.skip(8 * reader.unsignedGolomb(256));
   header.size = reader.byteAlignment();
-  return reader.failed() ? Parsed::no : Parsed::yes;
+  return reader.failed() ? kBroken : Judgement{};
 }
 
 }  // namespace quellor::hevc

@@ -37,27 +37,25 @@ PassedPictures& passedPictures() {
 
 }  // namespace
 
-StrictCheck::StrictCheck(const NalStream& stream, ByteView bytes, bool besides) : digest_(sha256(bytes)) {
+StrictCheck::StrictCheck(const NalStream& stream, ByteView bytes, std::launch when) : digest_(sha256(bytes)) {
   if (passedPictures().contains(digest_)) {
-    known_ = Verdict::intact;
+    known_ = Judgement{};
     return;
   }
-  units_ = stream.units();
-  if (besides) {
-    try {
-      pending_ = std::async(std::launch::async, [this] { return verify(units_); });
-    } catch (const std::system_error&) {
-      // No thread to be had: passes() does it.
-    }
+  const auto judge = [units = stream.units()] { return verify(units); };
+  try {
+    pending_ = std::async(when, judge);
+  } catch (const std::system_error&) {  // no thread to be had
+    pending_ = std::async(std::launch::deferred, judge);
   }
 }
 
-bool StrictCheck::passes() {
+Judgement StrictCheck::judgement() {
   if (!known_) {
-    known_ = pending_.valid() ? pending_.get() : verify(units_);
-    if (known_ != Verdict::damaged) passedPictures().insert(digest_);
+    known_ = pending_.get();
+    if (known_->verdict != Verdict::damaged) passedPictures().insert(digest_);
   }
-  return known_ != Verdict::damaged;
+  return *known_;
 }
 
 }  // namespace quellor::hevc

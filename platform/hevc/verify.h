@@ -10,7 +10,13 @@ namespace quellor::hevc {
 enum class Verdict : std::uint8_t {
   intact,   // every slice segment's arithmetic code ends exactly where its data end, and they cover the picture
   damaged,  // that does not hold
-  unknown,  // the picture uses coding tools that are not followed here
+  unknown,  // the picture uses coding tools that are not followed here, or a parameter set that is not understood
+};
+
+/// A verdict and, unless that is `intact`, the condition that failed first: a short English phrase for developers.
+struct Judgement {
+  Verdict verdict = Verdict::intact;
+  const char* reason = "";  // lives as long as the program
 };
 
 /// Judges the one picture that `units` code without decoding it, in about half the time that decoding takes. May
@@ -22,7 +28,7 @@ enum class Verdict : std::uint8_t {
 /// ends. The flag that ends a segment must come after its last coding tree unit, and the last bit used must be the
 /// last of the data. Both hold by chance once in many thousand times, not to speak of the syntax elements whose range
 /// is checked on the way. Beyond that, a damaged picture cannot be told from another valid one.
-[[nodiscard]] Verdict verify(std::span<const NalUnit> units);
+[[nodiscard]] Judgement verify(std::span<const NalUnit> units);
 
 /// What the parameter sets say of a picture.
 struct PictureShape {
