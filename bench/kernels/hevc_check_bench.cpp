@@ -75,7 +75,7 @@ void removePrevention(benchmark::State& state) {
   if (units.empty()) return state.SkipWithError("nothing was encoded");
   const ByteView slice = units.back().payload;
   while (state.KeepRunning()) benchmark::DoNotOptimize(removeEmulationPrevention(slice));
-  state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations() * slice.size()));
+  state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations()) * static_cast<std::int64_t>(slice.size()));
 }
 BENCHMARK(removePrevention)->Unit(benchmark::kMicrosecond);
 
