@@ -43,10 +43,23 @@ bool isOfSize(const hevc::PictureShape& shape, const heif::Container& container,
   return size && size->width == shape.shownWidth && size->height == shape.shownHeight;
 }
 
-std::optional<Refusal> damageFoundBy(hevc::StrictCheck& check) {
-  const hevc::Judgement judgement = check.judgement();
-  if (judgement.verdict != hevc::Verdict::damaged) return std::nullopt;
-  return Refusal{judgement.reason};
+// libavcodec (5.1) decodes some pictures to other samples than the standard has, without an error. No camera or encoder
+// is known to make such; they are refused.
+
+std::optional<Refusal> refusalOf(const hevc::PictureShape& shape) {
+  if (shape.tiles && shape.wavefront) return Refusal{"the HEVC decoder does not follow wavefronts in tiles"};
+  if (shape.constrainedIntra) return Refusal{"the HEVC decoder is wrong about constrained intra prediction"};
+  if (shape.pcmWithoutChroma) return Refusal{"the HEVC decoder looks for chroma in grey PCM"};
+  return std::nullopt;
+}
+
+std::optional<Refusal> refusalOf(const hevc::Judgement& judgement, const std::optional<hevc::PictureShape>& shape) {
+  if (judgement.verdict == hevc::Verdict::damaged) return Refusal{judgement.reason};
+  const bool subsampled = shape && (shape->chromaFormat == hevc::k420 || shape->chromaFormat == hevc::k422);
+  if (subsampled && judgement.exemptsChromaFromOffset) {
+    return Refusal{"the HEVC decoder applies an offset to chroma that is exempt from it"};
+  }
+  return std::nullopt;
 }
 
 Raster rasterOf(const HevcPicture& picture, std::shared_ptr<const void> owner) {
@@ -78,12 +91,15 @@ Outcome<Raster> decodeHevcItem(const heif::Container& container, const heif::Ite
   const ByteView bytes = stream->bytes(decoder.paddingBytes);
   const auto shape = hevc::shapeOf(stream->units());
   if (shape && !isOfSize(*shape, container, item)) return Refusal{"a picture is of another size than declared"};
+  if (shape) {
+    if (const auto refusal = refusalOf(*shape)) return *refusal;
+  }
   const bool large = shape && shape->pixels > kSmallPicture && threads > 1;
 
   // The check runs at the same time as the decoder where there is a processor for it, else it comes first.
   hevc::StrictCheck check(*stream, bytes, large ? std::launch::async : std::launch::deferred);
   if (!large) {
-    if (const auto damage = damageFoundBy(check)) return *damage;
+    if (const auto refusal = refusalOf(check.judgement(), shape)) return *refusal;
   }
   HevcPicture picture;
   const unsigned decoding = large && shape->wavefront ? std::min(threads, kMaximumThreads) : 1;
@@ -92,7 +108,7 @@ Outcome<Raster> decodeHevcItem(const heif::Container& container, const heif::Ite
   }
   const std::shared_ptr<const void> owner(picture.frame,
                                           [&decoder](const void* frame) { decoder.release(const_cast<void*>(frame)); });
-  if (const auto damage = damageFoundBy(check)) return *damage;
+  if (const auto refusal = refusalOf(check.judgement(), shape)) return *refusal;
   return rasterOf(picture, owner);
 }
 

@@ -23,7 +23,8 @@ CodingTreeParser::CodingTreeParser(const Sps& sps, const Pps& pps)
     : sps_(sps),
       pps_(pps),
       ctbMask_((1U << sps.ctbLog2) - 1),
-      depthAbove_((std::size_t{sps.ctbColumns()} << sps.ctbLog2) >> sps.minCbLog2) {}
+      depthAbove_((std::size_t{sps.ctbColumns()} << sps.ctbLog2) >> sps.minCbLog2),
+      chromaOffset_(sps.ctbColumns()) {}
 
 bool CodingTreeParser::start(ByteView data, std::size_t offset) {
   if (offset >= data.size()) return false;
@@ -42,18 +43,29 @@ bool CodingTreeParser::parse(const SliceHeader& slice, unsigned column, unsigned
     const std::size_t blocks = std::size_t{1} << (sps_.ctbLog2 - sps_.minCbLog2);
     std::fill_n(depthAbove_.begin() + static_cast<std::ptrdiff_t>(column * blocks), blocks, std::uint8_t{0});
   }
-  if (slice.saoLuma || slice.saoChroma) parseSao(slice, hasLeft, hasAbove);
+  column_ = column;
+  if (slice.saoLuma || slice.saoChroma) {
+    parseSao(slice, hasLeft, hasAbove);
+  } else {
+    chromaOffset_[column] = false;
+  }
   return parseQuadtree(column << sps_.ctbLog2, row << sps_.ctbLog2, sps_.ctbLog2, 0);
 }
 
 // 7.3.8.3
 void CodingTreeParser::parseSao(const SliceHeader& slice, bool hasLeft, bool hasAbove) {
-  if ((hasLeft && decoder.decode(contexts.saoMerge)) || (hasAbove && decoder.decode(contexts.saoMerge))) return;
+  if (hasLeft && decoder.decode(contexts.saoMerge)) {
+    chromaOffset_[column_] = chromaOffset_[column_ - 1];
+    return;
+  }
+  if (hasAbove && decoder.decode(contexts.saoMerge)) return;
+  chromaOffset_[column_] = false;
   unsigned type = 0;
   for (unsigned component = 0; component < (sps_.chromaArrayType == kMonochrome ? 1U : 3U); ++component) {
     if (component == 0 ? !slice.saoLuma : !slice.saoChroma) continue;
     if (component < 2) type = !decoder.decode(contexts.saoType) ? 0 : !decoder.bypass() ? 1 : 2;
     if (type != 0) parseSaoOffsets(component, type);
+    if (component == 1) chromaOffset_[column_] = type != 0;
   }
 }
 
@@ -105,10 +117,12 @@ bool CodingTreeParser::parseCodingUnit(unsigned x, unsigned y, unsigned log2Size
   unit.y = y;
   unit.log2Size = log2Size;
   unit.bypass = pps_.transquantBypass && decoder.decode(contexts.transquantBypass);
+  if (unit.bypass && chromaOffset_[column_]) exemptsChromaFromOffset = true;
   unit.split = log2Size == sps_.minCbLog2 && !decoder.decode(contexts.partMode);
   const bool mayBePcm = sps_.pcm && !unit.split && log2Size >= sps_.minPcmLog2 && log2Size <= sps_.maxPcmLog2;
   if (mayBePcm && decoder.terminate()) {
     storeLumaMode(x, y, 1U << log2Size, kDc);
+    if (sps_.pcmLoopFilterDisabled && chromaOffset_[column_]) exemptsChromaFromOffset = true;
     return parsePcmSamples(log2Size);
   }
   parseModes(unit);

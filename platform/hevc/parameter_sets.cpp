@@ -48,7 +48,7 @@ void readPcm(BitReader& reader, Sps& sps) {
   sps.pcmDepthChroma = reader.bits(4) + 1;
   sps.minPcmLog2 = 3 + reader.unsignedGolomb(2);
   sps.maxPcmLog2 = sps.minPcmLog2 + reader.unsignedGolomb(2);
-  reader.flag();
+  sps.pcmLoopFilterDisabled = reader.flag();
 }
 
 void readReferenceSets(BitReader& reader, Sps& sps) {
@@ -158,7 +158,7 @@ std::optional<Pps> parsePps(ByteView payload, unsigned& id) {
   reader.unsignedGolomb(14);
   reader.unsignedGolomb(14);
   pps.initQp = 26 + std::clamp(reader.signedGolomb(), -100, 100);
-  reader.flag();  // constrained intra prediction
+  pps.constrainedIntra = reader.flag();
   pps.transformSkip = reader.flag();
   pps.cuQpDelta = reader.flag();
   if (pps.cuQpDelta) pps.cuQpDeltaDepth = reader.unsignedGolomb(3);

@@ -39,6 +39,7 @@ struct Sps {
   unsigned pcmDepthChroma = 8;
   unsigned minPcmLog2 = 3;
   unsigned maxPcmLog2 = 5;
+  bool pcmLoopFilterDisabled = false;
   unsigned shortTermSets = 0;
   bool longTermPictures = false;
   unsigned longTermCandidates = 0;
@@ -56,6 +57,7 @@ struct Pps {
   unsigned extraHeaderBits = 0;
   bool signHiding = false;
   int initQp = 26;
+  bool constrainedIntra = false;
   bool transformSkip = false;
   bool cuQpDelta = false;
   unsigned cuQpDeltaDepth = 0;

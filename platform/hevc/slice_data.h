@@ -33,6 +33,9 @@ class PictureParser {
   /// Whether all coding tree units have been parsed.
   [[nodiscard]] bool complete() const { return next_ == layout_.order.size(); }
 
+  /// As in Judgement, of the units parsed so far.
+  [[nodiscard]] bool exemptsChromaFromOffset() const { return units_.exemptsChromaFromOffset; }
+
  private:
   [[nodiscard]] bool belongsTogether(unsigned address, unsigned neighbour) const;
   [[nodiscard]] bool startsRow(unsigned address) const;

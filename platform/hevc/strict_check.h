@@ -20,7 +20,7 @@ class StrictCheck {
   /// std::bad_alloc.
   StrictCheck(const NalStream& stream, ByteView bytes, std::launch when);
 
-  /// Waits for the judgement, or judges now. A picture that was not found damaged before is `intact` without a look.
+  /// Waits for the judgement, judges now, or remembers.
   /// May throw std::bad_alloc.
   [[nodiscard]] Judgement judgement();
 

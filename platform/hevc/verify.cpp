@@ -115,7 +115,9 @@ Judgement Verifier::verify(std::span<const NalUnit> units) {
   }
   if (!picture_) return {Verdict::damaged, "there is no slice segment"};
   if (!picture_->complete()) return {Verdict::damaged, "the slice segments do not cover the picture"};
-  return {};
+  Judgement judgement;
+  judgement.exemptsChromaFromOffset = picture_->exemptsChromaFromOffset();
+  return judgement;
 }
 
 }  // namespace
@@ -133,7 +135,16 @@ std::optional<PictureShape> shapeOf(std::span<const NalUnit> units) {
     const auto active = sets.activeFor(removeEmulationPrevention(unit.payload.first(headerStart)), unit.type);
     if (active.sps == nullptr) return std::nullopt;
     const Sps& sps = *active.sps;
-    return PictureShape{std::uint64_t{sps.width} * sps.height, sps.shownWidth, sps.shownHeight, active.pps->wavefront};
+    PictureShape shape;
+    shape.pixels = std::uint64_t{sps.width} * sps.height;
+    shape.shownWidth = sps.shownWidth;
+    shape.shownHeight = sps.shownHeight;
+    shape.chromaFormat = sps.chromaArrayType;
+    shape.wavefront = active.pps->wavefront;
+    shape.tiles = active.pps->tiles;
+    shape.constrainedIntra = active.pps->constrainedIntra;
+    shape.pcmWithoutChroma = sps.pcm && sps.chromaArrayType == kMonochrome;
+    return shape;
   }
   return std::nullopt;
 }

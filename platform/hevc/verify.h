@@ -17,6 +17,9 @@ enum class Verdict : std::uint8_t {
 struct Judgement {
   Verdict verdict = Verdict::intact;
   const char* reason = "";  // lives as long as the program
+  /// Of an intact picture: whether sample adaptive offset is on for the chroma of a coding tree unit in which a coding
+  /// unit is exempt from it, as PCM and lossless units can be (ITU-T H.265, 8.7.3.2). Not every decoder obeys.
+  bool exemptsChromaFromOffset = false;
 };
 
 /// Judges the one picture that `units` code without decoding it, in about half the time that decoding takes. May
@@ -35,7 +38,11 @@ struct PictureShape {
   std::uint64_t pixels = 0;
   unsigned shownWidth = 0;  // of the conformance window
   unsigned shownHeight = 0;
-  bool wavefront = false;  // rows can be decoded at the same time
+  unsigned chromaFormat = 1;  // chroma_format_idc
+  bool wavefront = false;     // rows can be decoded at the same time
+  bool tiles = false;
+  bool constrainedIntra = false;  // constrained_intra_pred_flag
+  bool pcmWithoutChroma = false;  // PCM is allowed in a picture that is luma alone
 };
 
 /// Absent when the first slice segment's parameter sets are not there or not understood.

@@ -66,7 +66,12 @@ bool hasTiles(const HevcPlan& plan) { return plan.tileColumns * plan.tileRows > 
 Bytes pictureParameterSet(const HevcPlan& plan) {
   HevcBitWriter out;
   out.golomb(0).golomb(0).flag(plan.unitsPerSegment > 0).flag(false).bits(3, 0).flag(plan.signHiding).flag(false);
-  out.golomb(0).golomb(0).signedGolomb(plan.qp - 26).flag(false).flag(plan.transformSkip).flag(plan.cuQpDelta);
+  out.golomb(0)
+      .golomb(0)
+      .signedGolomb(plan.qp - 26)
+      .flag(plan.constrainedIntra)
+      .flag(plan.transformSkip)
+      .flag(plan.cuQpDelta);
   if (plan.cuQpDelta) out.golomb(plan.cuQpDeltaDepth);
   out.signedGolomb(0).signedGolomb(0).bits(3, 0);
   out.flag(plan.transquantBypass).flag(hasTiles(plan)).flag(plan.wavefront);

@@ -37,6 +37,7 @@ struct HevcPlan {
   bool transquantBypass = false;
   bool transformSkip = false;
   bool signHiding = false;
+  bool constrainedIntra = false;
   bool cuQpDelta = false;
   unsigned cuQpDeltaDepth = 0;
   int qp = 30;

@@ -1,7 +1,6 @@
 #pragma once
-#include <array>
-#include <cstring>
 #include <optional>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -53,26 +52,34 @@ inline std::optional<Planes> decodedByLibavcodec(const Bytes& behindLengths) {
   return planes;
 }
 
-/// Absent when libde265 or the HEIF library does not take the picture.
-inline std::optional<Planes> decodedByLibde265(const test_support::WrittenHevc& written,
-                                               const test_support::HevcPlan& plan) {
+/// A HEIF file whose primary image the picture is.
+inline Bytes fileOf(const test_support::WrittenHevc& written, const test_support::HevcPlan& plan) {
   const std::vector<ByteView> sets(written.parameterSets.begin(), written.parameterSets.end());
   const auto configuration = formats::hevcConfigurationBox(sets);
-  if (!configuration) return std::nullopt;
+  if (!configuration) throw std::runtime_error("no configuration record");
   test_support::WrittenHevc slices;
   slices.segments = written.segments;
   test_support::HeifScene scene;
   scene.add("hvc1", slices.behindLengths(), {*configuration, test_support::ispe(plan.width, plan.height)});
-  const Bytes file = scene.file();
+  return scene.file();
+}
+
+inline Planes samplesOf(const Raster& raster) {
+  Planes planes;
+  for (const Component& component : raster.components) {
+    planes.push_back(test_support::samplesOf(component, raster.bitsPerComponent));
+  }
+  return planes;
+}
+
+/// Absent when libde265 or the HEIF library does not take the picture.
+inline std::optional<Planes> decodedByLibde265(const test_support::WrittenHevc& written,
+                                               const test_support::HevcPlan& plan) {
+  const Bytes file = fileOf(written, plan);
   const test_support::TemporaryDirectory directory;
   const auto path = directory.write("picture.heic", {reinterpret_cast<const char*>(file.data()), file.size()});
   const auto raster = test_support::HeifJudge(path.string()).coded();
-  if (!raster) return std::nullopt;
-  Planes planes;
-  for (const Component& component : raster->components) {
-    planes.push_back(test_support::samplesOf(component, raster->bitsPerComponent));
-  }
-  return planes;
+  return raster ? std::optional(samplesOf(*raster)) : std::nullopt;
 }
 
 }  // namespace quellor::hevc

@@ -131,6 +131,45 @@ TEST(WrittenPictures, AreIntactWhateverTheyAreMadeOf) {
   EXPECT_GT(compared, 40);
 }
 
+/// A file of the HEIF format around the picture, as the program decodes it.
+Outcome<Raster> decodedByUs(const WrittenHevc& written, const HevcPlan& plan) {
+  return test_support::imageFormat("HEIF").decode(fileOf(written, plan));
+}
+
+TEST(WrittenPictures, AreRefusedWhereTheDecoderWouldGetThemWrong) {
+  const auto reasonOf = [](auto change) {
+    HevcPlan plan;
+    change(plan);
+    return std::string(decodedByUs(writeHevc(plan), plan).reason());
+  };
+  EXPECT_EQ(reasonOf([](HevcPlan&) {}), "");
+  EXPECT_EQ(reasonOf([](HevcPlan& plan) { plan.tileRows = 2, plan.wavefront = true; }),
+            "the HEVC decoder does not follow wavefronts in tiles");
+  EXPECT_EQ(reasonOf([](HevcPlan& plan) { plan.constrainedIntra = true; }),
+            "the HEVC decoder is wrong about constrained intra prediction");
+  EXPECT_EQ(reasonOf([](HevcPlan& plan) { plan.chromaFormat = 0; }), "the HEVC decoder looks for chroma in grey PCM");
+  EXPECT_EQ(reasonOf([](HevcPlan& plan) { plan.sao = true; }),
+            "the HEVC decoder applies an offset to chroma that is exempt from it");
+  EXPECT_EQ(reasonOf([](HevcPlan& plan) { plan.sao = true, plan.chromaFormat = 3; }), "");
+  EXPECT_EQ(reasonOf([](HevcPlan& plan) { plan.sao = true, plan.pcmLoopFilterDisabled = false; }), "");
+}
+
+// Whatever the picture is made of, the program hands out the samples that were written, or none.
+TEST(WrittenPictures, AreDecodedAsTheyWereWrittenOrNotAtAll) {
+  int decoded = 0, refused = 0;
+  for (std::uint32_t seed = 1; seed <= 400; ++seed) {
+    HevcPlan plan = test_support::randomHevcPlan(seed);
+    plan.content = HevcContent::pcm;
+    if (!keepsPcm(plan)) continue;
+    const WrittenHevc written = writeHevc(plan);
+    const auto raster = decodedByUs(written, plan);
+    (raster ? decoded : refused) += 1;
+    EXPECT_TRUE(!raster || samplesOf(*raster) == planesOf(written)) << seed;
+  }
+  EXPECT_GT(decoded, 80);
+  EXPECT_GT(refused, 80);
+}
+
 TEST(WrittenPictures, AreUnknownWhereAnExtensionMayChangeTheirSyntax) {
   constexpr unsigned kFlags = 9;
   // From the first: transform_skip_rotation, transform_skip_context, implicit_rdpcm, explicit_rdpcm,
