@@ -52,7 +52,8 @@ bool CodingTreeParser::parse(const SliceHeader& slice, unsigned column, unsigned
   return parseQuadtree(column << sps_.ctbLog2, row << sps_.ctbLog2, sps_.ctbLog2, 0);
 }
 
-// 7.3.8.3
+// 7.3.8.3. Merging takes over the parameters of the unit to the left or above. Cr has the type of Cb, and the class of
+// its edge offsets.
 void CodingTreeParser::parseSao(const SliceHeader& slice, bool hasLeft, bool hasAbove) {
   if (hasLeft && decoder.decode(contexts.saoMerge)) {
     chromaOffset_[column_] = chromaOffset_[column_ - 1];
@@ -100,6 +101,8 @@ bool CodingTreeParser::parseQuadtree(unsigned x, unsigned y, unsigned log2Size, 
   return true;
 }
 
+// split_cu_flag, which is not coded where the block cannot be split or, lying across the picture's edge, must be; its
+// context counts the neighbours that are split further (9.3.4.2.2).
 bool CodingTreeParser::splitsCodingUnit(unsigned x, unsigned y, unsigned log2Size, unsigned depth) {
   const unsigned size = 1U << log2Size;
   if (log2Size <= sps_.minCbLog2) return false;
@@ -137,7 +140,8 @@ void CodingTreeParser::storeDepth(unsigned x, unsigned y, unsigned log2Size, uns
   std::fill_n(depthAbove_.begin() + (x >> sps_.minCbLog2), blocks, static_cast<std::uint8_t>(depth));
 }
 
-// 7.3.8.7
+// 7.3.8.7. pcm_flag ended the arithmetic code like an end of data: a one and zeros up to a whole byte. Behind the
+// samples a new code begins (9.3.2.5), but the context variables go on.
 bool CodingTreeParser::parsePcmSamples(unsigned log2Size) {
   const std::size_t luma = std::size_t{1} << (2 * log2Size);
   const unsigned type = sps_.chromaArrayType;
@@ -151,6 +155,7 @@ void CodingTreeParser::parseModes(CodingUnit& unit) {
   const unsigned parts = unit.split ? 4 : 1;
   const unsigned size = (1U << unit.log2Size) >> (unit.split ? 1 : 0);
   std::array<bool, 4> predicted{};
+  // All flags come before the first mode (7.3.8.5).
   for (unsigned part = 0; part < parts; ++part) predicted[part] = decoder.decode(contexts.previousLumaMode);
   for (unsigned part = 0; part < parts; ++part) {
     const unsigned x = unit.x + (part & 1U) * size;
@@ -164,7 +169,8 @@ void CodingTreeParser::parseModes(CodingUnit& unit) {
   std::fill(unit.chromaModes.begin() + chromaParts, unit.chromaModes.end(), unit.chromaModes[0]);
 }
 
-// 8.4.2, with mpm_idx and rem_intra_luma_pred_mode
+// 8.4.2, with mpm_idx and rem_intra_luma_pred_mode. The mode has to be known because the scan of small blocks, and with
+// it the contexts of their coefficients, follows from it (7.4.9.11).
 unsigned CodingTreeParser::parseLumaMode(unsigned x, unsigned y, bool predicted) {
   const unsigned left = modeLeft_[(y & ctbMask_) >> 2];
   const unsigned above = modeAbove_[(x & ctbMask_) >> 2];

@@ -143,6 +143,7 @@ const char* PictureParser::parseUnit(const SliceHeader& header, bool firstInSegm
   return nullptr;
 }
 
+// The availability of 6.4.1, of blocks that are coded already.
 bool PictureParser::belongsTogether(unsigned address, unsigned neighbour) const {
   return sliceAddress_[neighbour] == sliceAddress_[address] && layout_.tile[neighbour] == layout_.tile[address];
 }
@@ -151,7 +152,8 @@ bool PictureParser::startsRow(unsigned address) const {
   return address % sps_.ctbColumns() == layout_.tileLeft[address];
 }
 
-// 9.3.1
+// 9.3.1. A row of a wavefront starts with what the row above knew after its second unit, if that belongs to the same
+// slice and tile, so that rows can be coded at the same time. That goes before the dependence on the last segment.
 void PictureParser::chooseContexts(const SliceHeader& header, unsigned address, bool firstInSegment) {
   const unsigned columns = sps_.ctbColumns();
   const bool firstInTile = next_ == 0 || layout_.tile[layout_.order[next_ - 1]] != layout_.tile[address];

@@ -3,92 +3,16 @@
 #include <algorithm>
 #include <bit>
 #include <cstddef>
-#include <random>
 
 #include "tests/support/hevc_bit_writer.h"
+#include "tests/support/hevc_parameter_set_writer.h"
 #include "tests/support/hevc_unit_writer.h"
 
 namespace quellor::test_support {
 namespace {
 
 constexpr unsigned kMonochrome = 0, k420 = 1, k444 = 3;
-constexpr unsigned kIdrUnit = 20, kVpsUnit = 32, kSpsUnit = 33, kPpsUnit = 34;  // ITU-T H.265, table 7-1
-
-// 7.3.3; format range extensions (A.3.5) where the main profiles do not do.
-void profileTierLevel(HevcBitWriter& out, const HevcPlan& plan) {
-  const unsigned profile = plan.chromaFormat != k420 || plan.depth > 10 ? 4 : plan.depth > 8 ? 2 : 1;
-  out.bits(3, 0).bits(5, profile).bits(32, 0x80000000U >> profile).bits(4, 0b1001).bits(44, 0).bits(8, 120);
-}
-
-// 7.3.2.1
-Bytes videoParameterSet(const HevcPlan& plan) {
-  HevcBitWriter out;
-  out.bits(4, 0).bits(2, 3).bits(6, 0).bits(3, 0).bits(1, 1).bits(16, 0xFFFF);
-  profileTierLevel(out, plan);
-  out.flag(true).golomb(0).golomb(0).golomb(0);  // buffering
-  out.bits(6, 0).golomb(0).flag(false).flag(false).align();
-  return nalUnit(kVpsUnit, out.bytes());
-}
-
-// 7.3.2.2
-Bytes sequenceParameterSet(const HevcPlan& plan) {
-  HevcBitWriter out;
-  out.bits(4, 0).bits(3, 0).bits(1, 1);
-  profileTierLevel(out, plan);
-  out.golomb(0).golomb(plan.chromaFormat);
-  if (plan.chromaFormat == k444) out.flag(false);
-  const unsigned width = codedHevcSide(plan.width, plan), height = codedHevcSide(plan.height, plan);
-  const unsigned across = plan.chromaFormat == kMonochrome || plan.chromaFormat == k444 ? 1 : 2;
-  const unsigned down = plan.chromaFormat == k420 ? 2 : 1;
-  out.golomb(width).golomb(height).flag(true);
-  out.golomb(0).golomb((width - plan.width) / across).golomb(0).golomb((height - plan.height) / down);
-  out.golomb(plan.depth - 8).golomb(plan.depth - 8).golomb(0);
-  out.flag(true).golomb(0).golomb(0).golomb(0);  // buffering
-  out.golomb(plan.minCbLog2 - 3).golomb(plan.ctbLog2 - plan.minCbLog2);
-  out.golomb(plan.minTbLog2 - 2).golomb(plan.maxTbLog2 - plan.minTbLog2).golomb(0).golomb(plan.transformDepth);
-  out.flag(false).flag(false).flag(plan.sao);
-  const bool pcm = plan.content != HevcContent::residuals;
-  out.flag(pcm);
-  if (pcm) {
-    out.bits(4, plan.pcmDepthLuma - 1).bits(4, plan.pcmDepthChroma - 1);
-    out.golomb(plan.minCbLog2 - 3).golomb(plan.maxPcmLog2 - plan.minCbLog2).flag(plan.pcmLoopFilterDisabled);
-  }
-  out.golomb(0).bits(4, 0);  // no reference pictures, motion vectors, strong smoothing, VUI
-  out.flag(plan.rangeExtension != 0);
-  if (plan.rangeExtension != 0) out.bits(8, 0x80).bits(9, plan.rangeExtension);
-  out.align();
-  return nalUnit(kSpsUnit, out.bytes());
-}
-
-bool hasTiles(const HevcPlan& plan) { return plan.tileColumns * plan.tileRows > 1; }
-
-// 7.3.2.3
-Bytes pictureParameterSet(const HevcPlan& plan) {
-  HevcBitWriter out;
-  out.golomb(0).golomb(0).flag(plan.unitsPerSegment > 0).flag(false).bits(3, 0).flag(plan.signHiding).flag(false);
-  out.golomb(0)
-      .golomb(0)
-      .signedGolomb(plan.qp - 26)
-      .flag(plan.constrainedIntra)
-      .flag(plan.transformSkip)
-      .flag(plan.cuQpDelta);
-  if (plan.cuQpDelta) out.golomb(plan.cuQpDeltaDepth);
-  out.signedGolomb(0).signedGolomb(0).bits(3, 0);
-  out.flag(plan.transquantBypass).flag(hasTiles(plan)).flag(plan.wavefront);
-  if (hasTiles(plan)) {
-    const bool uniform = plan.tileWidths.empty() && plan.tileHeights.empty();
-    out.golomb(plan.tileColumns - 1).golomb(plan.tileRows - 1).flag(uniform);
-    if (!uniform) {
-      for (const unsigned width : plan.tileWidths) out.golomb(width - 1);
-      for (const unsigned height : plan.tileHeights) out.golomb(height - 1);
-    }
-    out.flag(true);
-  }
-  out.flag(true).flag(!plan.deblocking);
-  if (!plan.deblocking) out.flag(false).flag(true);
-  out.flag(false).flag(false).golomb(0).flag(false).flag(false).align();
-  return nalUnit(kPpsUnit, out.bytes());
-}
+constexpr unsigned kIdrUnit = 20;  // ITU-T H.265, table 7-1
 
 /// Formulas 6-3 and 6-4: the first block of each tile column or row, and the end of the last.
 std::vector<unsigned> tileBounds(unsigned count, unsigned blocks, const std::vector<unsigned>& sizes, bool uniform) {
@@ -140,7 +64,7 @@ class PictureWriter {
       : plan_(plan), blocks_(blocksOf(plan)), units_(plan, blocks_, out_, encoder_, written_) {}
 
   WrittenHevc write() {
-    written_.parameterSets = {videoParameterSet(plan_), sequenceParameterSet(plan_), pictureParameterSet(plan_)};
+    written_.parameterSets = writeHevcParameterSets(plan_);
     for (std::size_t plane = 0; plane < (plan_.chromaFormat == kMonochrome ? 1U : 3U); ++plane) {
       written_.samples[plane].resize(codedWidth(plane) * codedHevcSide(plan_.height, plan_));
     }
@@ -241,7 +165,7 @@ class PictureWriter {
       out.signedGolomb(0);
       if (plan_.sao || plan_.deblocking) out.flag(true);
     }
-    if (hasTiles(plan_) || plan_.wavefront) writeEntryPoints(out);
+    if (hasHevcTiles(plan_) || plan_.wavefront) writeEntryPoints(out);
     Bytes raw = out.align().take();
     written_.headers.push_back(nalUnit(kIdrUnit, raw).size());
     for (const Bytes& subset : subsets_) raw.insert(raw.end(), subset.begin(), subset.end());
@@ -287,53 +211,6 @@ Bytes WrittenHevc::behindLengths() const {
     }
   }
   return bytes;
-}
-
-HevcPlan randomHevcPlan(std::uint32_t seed) {
-  std::mt19937 random(seed);
-  const auto below = [&random](unsigned bound) { return static_cast<unsigned>(random()) % bound; };
-  const auto chance = [&](unsigned percent) { return below(100) < percent; };
-  HevcPlan plan;
-  plan.seed = seed;
-  plan.content = std::array{HevcContent::pcm, HevcContent::residuals, HevcContent::mixed}[below(3)];
-  plan.chromaFormat = below(4);
-  plan.depth = std::array{8U, 10U, 12U}[below(3)];
-  plan.ctbLog2 = 4 + below(3);
-  plan.minCbLog2 = 3 + below(std::min(3U, plan.ctbLog2 - 2));
-  plan.maxTbLog2 = std::max(2 + below(4), plan.minCbLog2 == 3 ? 2U : plan.ctbLog2 == 6 ? 4U : 3U);
-  plan.maxTbLog2 = std::min({plan.maxTbLog2, plan.ctbLog2, 5U});
-  plan.minTbLog2 = 2 + below(std::min(plan.maxTbLog2, plan.minCbLog2 - 1) - 1);
-  plan.transformDepth = below(plan.ctbLog2 - plan.minTbLog2 + 1);
-  plan.maxPcmLog2 = plan.minCbLog2 + below(std::min(plan.ctbLog2, 5U) - plan.minCbLog2 + 1);
-  plan.pcmDepthLuma = 1 + below(plan.depth);
-  plan.pcmDepthChroma = 1 + below(plan.depth);
-  plan.pcmLoopFilterDisabled = chance(50);
-  for (bool* const tool :
-       {&plan.sao, &plan.deblocking, &plan.transquantBypass, &plan.transformSkip, &plan.signHiding, &plan.cuQpDelta}) {
-    *tool = chance(50);
-  }
-  plan.cuQpDeltaDepth = plan.cuQpDelta ? below(plan.ctbLog2 - plan.minCbLog2 + 1) : 0;
-  plan.qp = 10 + static_cast<int>(below(35));
-  plan.width = 2 * (4 + below(16 << (plan.ctbLog2 - 3)));
-  plan.height = 2 * (4 + below(16 << (plan.ctbLog2 - 3)));
-  const unsigned columns = ((plan.width - 1) >> plan.ctbLog2) + 1, rows = ((plan.height - 1) >> plan.ctbLog2) + 1;
-  if (chance(50)) {
-    plan.tileColumns = 1 + below(std::min(columns, 3U));
-    plan.tileRows = 1 + below(std::min(rows, 3U));
-    if (chance(50)) {
-      plan.tileWidths.resize(plan.tileColumns - 1, 1);
-      plan.tileHeights.resize(plan.tileRows - 1, 1);
-      for (unsigned rest = columns - plan.tileColumns; unsigned& width : plan.tileWidths) {
-        const unsigned more = below(rest + 1);
-        width += more;
-        rest -= more;
-      }
-    }
-  }
-  plan.wavefront = chance(40);
-  plan.unitsPerSlice = chance(40) ? 1 + below(columns * rows) : 0;
-  plan.unitsPerSegment = chance(40) ? 1 + below(columns * 2) : 0;
-  return plan;
 }
 
 }  // namespace quellor::test_support
