@@ -43,8 +43,8 @@ bool isOfSize(const hevc::PictureShape& shape, const heif::Container& container,
   return size && size->width == shape.shownWidth && size->height == shape.shownHeight;
 }
 
-// libavcodec (5.1) decodes some pictures to other samples than the standard has, without an error. No camera or encoder
-// is known to make such; they are refused.
+// libavcodec (5.1) decodes some pictures to other samples than the standard has, without an error. No camera is known
+// to make such, and encoders do only when they are told to; they are refused.
 
 std::optional<Refusal> refusalOf(const hevc::PictureShape& shape) {
   if (shape.tiles && shape.wavefront) return Refusal{"the HEVC decoder does not follow wavefronts in tiles"};

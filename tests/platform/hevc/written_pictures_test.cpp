@@ -17,7 +17,7 @@ using test_support::HevcPlan;
 using test_support::writeHevc;
 using test_support::WrittenHevc;
 
-// What the two decoders cannot judge. libavcodec (5.1) takes PCM without chroma for broken; where sample adaptive
+// What the two decoders cannot judge. libavcodec (5.1) looks for chroma in PCM without any; where sample adaptive
 // offset is on, it also applies it to part of the chroma of units that are exempt from it. Neither decodes tiles whose
 // rows are wavefronts. The HEIF library hands no grey image out.
 
