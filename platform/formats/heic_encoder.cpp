@@ -12,7 +12,7 @@
 #include "platform/formats/hevc_modules.h"
 #include "platform/formats/planes.h"
 #include "platform/heif/encoded_image.h"
-#include "platform/hevc/nal.h"
+#include "platform/hevc/hevc.h"
 #include "platform/threads/threads.h"
 
 namespace quellor {

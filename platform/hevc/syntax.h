@@ -1,13 +1,15 @@
 #pragma once
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 
 #include "platform/values/bytes.h"
 
+/// The syntax of parameter sets and slice headers: its descriptors, and the structures that several of them hold.
 namespace quellor::hevc {
 
-/// Reads the syntax of parameter sets and slice headers (ITU-T H.265, 7.2 and 9.2) from bytes without emulation
-/// prevention. Never reads beyond them: a read that would gives 0 and makes `failed` true for good.
+/// Reads the descriptors of ITU-T H.265, 7.2 and 9.2, from bytes without emulation prevention. Never reads beyond them:
+/// a read that would gives 0 and makes `failed` true for good.
 class BitReader {
  public:
   explicit BitReader(ByteView bytes) : bytes_(bytes) {}
@@ -69,5 +71,18 @@ class BitReader {
   std::size_t position_ = 0;  // in bits
   bool failed_ = false;
 };
+
+/// Reads past profile_tier_level( 1, subLayers ) (7.3.3). `subLayers` is sps_max_sub_layers_minus1 here and below.
+void skipProfileTierLevel(BitReader& reader, unsigned subLayers);
+
+/// Reads past scaling_list_data() (7.3.4).
+void skipScalingLists(BitReader& reader);
+
+/// Reads past st_ref_pic_set( index ) (7.3.7). False when it is predicted from another set, which is not followed here.
+[[nodiscard]] bool skipShortTermSet(BitReader& reader, unsigned index);
+
+/// Reads vui_parameters() (E.2.1) to its end, as what comes behind it matters to parsing. The result is
+/// chroma_sample_loc_type_top_field where it is signalled: of a frame, that of both fields.
+std::optional<unsigned> readChromaLocation(BitReader& reader, unsigned subLayers);
 
 }  // namespace quellor::hevc
