@@ -13,7 +13,7 @@
 #include "platform/formats/planes.h"
 #include "platform/formats/transformations.h"
 #include "platform/heif/encoded_image.h"
-#include "platform/hevc/nal.h"
+#include "platform/hevc/hevc.h"
 #include "platform/threads/threads.h"
 
 namespace quellor {

@@ -4,7 +4,7 @@
 #include <array>
 
 #include "platform/heif/box_writer.h"
-#include "platform/hevc/nal.h"
+#include "platform/hevc/hevc.h"
 
 namespace quellor::formats {
 namespace {

@@ -4,7 +4,7 @@
 #include <vector>
 
 #include "platform/heif/container.h"
-#include "platform/hevc/parameter_sets.h"
+#include "platform/hevc/hevc.h"
 
 namespace quellor::formats {
 

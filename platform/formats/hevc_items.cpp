@@ -2,15 +2,15 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <future>
 #include <memory>
+#include <optional>
 
 #include "platform/formats/hevc_configuration.h"
 #include "platform/formats/hevc_modules.h"
 #include "platform/heif/item_data.h"
 #include "platform/heif/item_properties.h"
-#include "platform/hevc/nal.h"
-#include "platform/hevc/strict_check.h"
-#include "platform/hevc/verify.h"
+#include "platform/hevc/hevc.h"
 
 namespace quellor::formats {
 namespace {
@@ -20,7 +20,6 @@ using heif::fourCC;
 /// Pictures up to this size are decoded and checked on the calling thread.
 constexpr std::uint64_t kSmallPicture = std::uint64_t{1024} * 1024;
 constexpr unsigned kMaximumThreads = 16;  // of libavcodec
-constexpr Refusal kDamaged{"the code of an HEVC picture is damaged"};
 
 /// The parameter sets of the item and the units of its picture.
 std::optional<hevc::NalStream> streamOf(const heif::Container& container, const heif::Item& item) {
@@ -42,6 +41,25 @@ std::optional<hevc::NalStream> streamOf(const heif::Container& container, const 
 bool isOfSize(const hevc::PictureShape& shape, const heif::Container& container, const heif::Item& item) {
   const auto size = heif::spatialExtents(container, item);
   return size && size->width == shape.shownWidth && size->height == shape.shownHeight;
+}
+
+// libavcodec (5.1) decodes some pictures to other samples than the standard has, without an error. No camera is known
+// to make such, and encoders do only when they are told to; they are refused.
+
+std::optional<Refusal> refusalOf(const hevc::PictureShape& shape) {
+  if (shape.tiles && shape.wavefront) return Refusal{"the HEVC decoder does not follow wavefronts in tiles"};
+  if (shape.constrainedIntra) return Refusal{"the HEVC decoder is wrong about constrained intra prediction"};
+  if (shape.pcmWithoutChroma) return Refusal{"the HEVC decoder looks for chroma in grey PCM"};
+  return std::nullopt;
+}
+
+std::optional<Refusal> refusalOf(const hevc::Judgement& judgement, const std::optional<hevc::PictureShape>& shape) {
+  if (judgement.verdict == hevc::Verdict::damaged) return Refusal{judgement.reason};
+  const bool subsampled = shape && (shape->chromaFormat == hevc::k420 || shape->chromaFormat == hevc::k422);
+  if (subsampled && judgement.exemptsChromaFromOffset) {
+    return Refusal{"the HEVC decoder applies an offset to chroma that is exempt from it"};
+  }
+  return std::nullopt;
 }
 
 Raster rasterOf(const HevcPicture& picture, std::shared_ptr<const void> owner) {
@@ -73,11 +91,16 @@ Outcome<Raster> decodeHevcItem(const heif::Container& container, const heif::Ite
   const ByteView bytes = stream->bytes(decoder.paddingBytes);
   const auto shape = hevc::shapeOf(stream->units());
   if (shape && !isOfSize(*shape, container, item)) return Refusal{"a picture is of another size than declared"};
+  if (shape) {
+    if (const auto refusal = refusalOf(*shape)) return *refusal;
+  }
   const bool large = shape && shape->pixels > kSmallPicture && threads > 1;
 
-  // The check runs beside the decoder where there is a processor for it, else it comes first.
-  hevc::StrictCheck check(*stream, bytes, large);
-  if (!large && !check.passes()) return kDamaged;
+  // The check runs at the same time as the decoder where there is a processor for it, else it comes first.
+  hevc::StrictCheck check(*stream, bytes, large ? std::launch::async : std::launch::deferred);
+  if (!large) {
+    if (const auto refusal = refusalOf(check.judgement(), shape)) return *refusal;
+  }
   HevcPicture picture;
   const unsigned decoding = large && shape->wavefront ? std::min(threads, kMaximumThreads) : 1;
   if (!decoder.decode(bytes.data(), bytes.size(), {static_cast<int>(decoding), shape.has_value()}, &picture)) {
@@ -85,7 +108,7 @@ Outcome<Raster> decodeHevcItem(const heif::Container& container, const heif::Ite
   }
   const std::shared_ptr<const void> owner(picture.frame,
                                           [&decoder](const void* frame) { decoder.release(const_cast<void*>(frame)); });
-  if (large && !check.passes()) return kDamaged;
+  if (const auto refusal = refusalOf(check.judgement(), shape)) return *refusal;
   return rasterOf(picture, owner);
 }
 

@@ -8,7 +8,7 @@
 namespace quellor::formats {
 
 /// The samples of an HEVC-coded item, as they are coded. Absent when the picture is damaged in any way that
-/// platform/hevc/verify.h or libavcodec finds, when its size is not the declared one, and when the decoder is not
+/// platform/hevc or libavcodec finds, when its size is not the declared one, and when the decoder is not
 /// there. Throws std::bad_alloc. May be called on several threads; `threads` is how many this call may use.
 Outcome<Raster> decodeHevcItem(const heif::Container& container, const heif::Item& item, unsigned threads);
 

@@ -11,6 +11,7 @@
 #include "platform/heif/item_properties.h"
 #include "platform/heif/item_relations.h"
 #include "platform/metadata/xmp_packet.h"
+#include "platform/values/bit_reader.h"
 
 namespace quellor::heif {
 namespace {
@@ -35,34 +36,6 @@ bool isGainMap(std::string_view urn) {
          urn == "urn:iso:std:iso:ts:21496:-1";
 }
 
-/// Reads single bits and exponential-Golomb codes (ITU-T H.265, 9.2), most significant bit first.
-class BitReader {
- public:
-  explicit BitReader(ByteView bytes) : bytes_(bytes) {}
-
-  unsigned bit() {
-    const std::size_t byte = position_ / 8;
-    if (byte >= bytes_.size()) throw MalformedContainer("a message ends inside a code");
-    const unsigned value = (static_cast<unsigned>(bytes_[byte]) >> (7 - position_ % 8)) & 1u;
-    ++position_;
-    return value;
-  }
-
-  std::uint32_t exponentialGolomb() {
-    int zeros = 0;
-    while (bit() == 0) {
-      if (++zeros > 31) throw MalformedContainer("a code of more than 32 bits");
-    }
-    std::uint32_t value = 1;
-    for (int i = 0; i < zeros; ++i) value = (value << 1) | bit();
-    return value - 1;
-  }
-
- private:
-  ByteView bytes_;
-  std::size_t position_ = 0;
-};
-
 /// Whether a depth representation information message (ITU-T H.265, G.14.2.3) in the subtype says disparity:
 /// type 1 is uniform in disparity, type 3 not uniform. The subtype is a length, then NAL units with their lengths,
 /// then SEI messages (23008-12, annex B.2.2.3).
@@ -78,9 +51,9 @@ bool representsDisparity(ByteView subtype) {
     const ByteView payload = unit.bytes(unit.u8());
     if (message != depthRepresentation) continue;
     BitReader bits(payload);
-    for (int flag = 0; flag < 4; ++flag) bits.bit();  // which of z near, z far, d min and d max follow
-    const std::uint32_t representation = bits.exponentialGolomb();
-    return representation == 1 || representation == 3;
+    bits.skip(4);  // which of z near, z far, d min and d max follow
+    const std::uint32_t representation = bits.unsignedGolomb();
+    return !bits.failed() && (representation == 1 || representation == 3);
   }
   return false;
 }

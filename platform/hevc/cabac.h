@@ -13,8 +13,29 @@ namespace quellor::hevc {
 /// through a byte type would make the compiler reload the decoder's members after every bin.
 using Context = std::uint16_t;
 
-/// A context variable at the start of a slice, from its initValue and SliceQpY (9.3.2.2).
-[[nodiscard]] Context initialContext(int initValue, int sliceQp);
+/// The context variables that an intra slice uses, in the order of the tables that initialise them.
+struct Contexts {
+  Context saoMerge;
+  Context saoType;
+  std::array<Context, 3> splitCodingUnit;
+  Context transquantBypass;
+  Context partMode;
+  Context previousLumaMode;
+  Context chromaMode;
+  std::array<Context, 3> splitTransform;
+  std::array<Context, 2> codedLuma;
+  std::array<Context, 5> codedChroma;
+  std::array<Context, 2> qpDelta;
+  std::array<Context, 2> transformSkip;
+  std::array<std::array<Context, 18>, 2> lastPrefix;
+  std::array<Context, 4> codedSubBlock;
+  std::array<Context, 42> significant;
+  std::array<Context, 24> greater1;
+  std::array<Context, 6> greater2;
+};
+
+/// All of them at the start of a slice, from initValue for initType 0 and SliceQpY (9.3.2.2).
+[[nodiscard]] Contexts initialContexts(int sliceQp);
 
 /// rangeTabLps and the transitions of states in the form of Context (9.3.4.3.2).
 struct StateTables {

@@ -23,7 +23,8 @@ CodingTreeParser::CodingTreeParser(const Sps& sps, const Pps& pps)
     : sps_(sps),
       pps_(pps),
       ctbMask_((1U << sps.ctbLog2) - 1),
-      depthAbove_((std::size_t{sps.ctbColumns()} << sps.ctbLog2) >> sps.minCbLog2) {}
+      depthAbove_((std::size_t{sps.ctbColumns()} << sps.ctbLog2) >> sps.minCbLog2),
+      chromaOffset_(sps.ctbColumns()) {}
 
 bool CodingTreeParser::start(ByteView data, std::size_t offset) {
   if (offset >= data.size()) return false;
@@ -42,18 +43,30 @@ bool CodingTreeParser::parse(const SliceHeader& slice, unsigned column, unsigned
     const std::size_t blocks = std::size_t{1} << (sps_.ctbLog2 - sps_.minCbLog2);
     std::fill_n(depthAbove_.begin() + static_cast<std::ptrdiff_t>(column * blocks), blocks, std::uint8_t{0});
   }
-  if (slice.saoLuma || slice.saoChroma) parseSao(slice, hasLeft, hasAbove);
+  column_ = column;
+  if (slice.saoLuma || slice.saoChroma) {
+    parseSao(slice, hasLeft, hasAbove);
+  } else {
+    chromaOffset_[column] = false;
+  }
   return parseQuadtree(column << sps_.ctbLog2, row << sps_.ctbLog2, sps_.ctbLog2, 0);
 }
 
-// 7.3.8.3
+// 7.3.8.3. Merging takes over the parameters of the unit to the left or above. Cr has the type of Cb, and the class of
+// its edge offsets.
 void CodingTreeParser::parseSao(const SliceHeader& slice, bool hasLeft, bool hasAbove) {
-  if ((hasLeft && decoder.decode(contexts.saoMerge)) || (hasAbove && decoder.decode(contexts.saoMerge))) return;
+  if (hasLeft && decoder.decode(contexts.saoMerge)) {
+    chromaOffset_[column_] = chromaOffset_[column_ - 1];
+    return;
+  }
+  if (hasAbove && decoder.decode(contexts.saoMerge)) return;
+  chromaOffset_[column_] = false;
   unsigned type = 0;
   for (unsigned component = 0; component < (sps_.chromaArrayType == kMonochrome ? 1U : 3U); ++component) {
     if (component == 0 ? !slice.saoLuma : !slice.saoChroma) continue;
     if (component < 2) type = !decoder.decode(contexts.saoType) ? 0 : !decoder.bypass() ? 1 : 2;
     if (type != 0) parseSaoOffsets(component, type);
+    if (component == 1) chromaOffset_[column_] = type != 0;
   }
 }
 
@@ -88,6 +101,8 @@ bool CodingTreeParser::parseQuadtree(unsigned x, unsigned y, unsigned log2Size, 
   return true;
 }
 
+// split_cu_flag, which is not coded where the block cannot be split or, lying across the picture's edge, must be; its
+// context counts the neighbours that are split further (9.3.4.2.2).
 bool CodingTreeParser::splitsCodingUnit(unsigned x, unsigned y, unsigned log2Size, unsigned depth) {
   const unsigned size = 1U << log2Size;
   if (log2Size <= sps_.minCbLog2) return false;
@@ -105,10 +120,12 @@ bool CodingTreeParser::parseCodingUnit(unsigned x, unsigned y, unsigned log2Size
   unit.y = y;
   unit.log2Size = log2Size;
   unit.bypass = pps_.transquantBypass && decoder.decode(contexts.transquantBypass);
+  if (unit.bypass && chromaOffset_[column_]) exemptsChromaFromOffset = true;
   unit.split = log2Size == sps_.minCbLog2 && !decoder.decode(contexts.partMode);
   const bool mayBePcm = sps_.pcm && !unit.split && log2Size >= sps_.minPcmLog2 && log2Size <= sps_.maxPcmLog2;
   if (mayBePcm && decoder.terminate()) {
     storeLumaMode(x, y, 1U << log2Size, kDc);
+    if (sps_.pcmLoopFilterDisabled && chromaOffset_[column_]) exemptsChromaFromOffset = true;
     return parsePcmSamples(log2Size);
   }
   parseModes(unit);
@@ -123,7 +140,8 @@ void CodingTreeParser::storeDepth(unsigned x, unsigned y, unsigned log2Size, uns
   std::fill_n(depthAbove_.begin() + (x >> sps_.minCbLog2), blocks, static_cast<std::uint8_t>(depth));
 }
 
-// 7.3.8.7
+// 7.3.8.7. pcm_flag ended the arithmetic code like an end of data: a one and zeros up to a whole byte. Behind the
+// samples a new code begins (9.3.2.5), but the context variables go on.
 bool CodingTreeParser::parsePcmSamples(unsigned log2Size) {
   const std::size_t luma = std::size_t{1} << (2 * log2Size);
   const unsigned type = sps_.chromaArrayType;
@@ -137,6 +155,7 @@ void CodingTreeParser::parseModes(CodingUnit& unit) {
   const unsigned parts = unit.split ? 4 : 1;
   const unsigned size = (1U << unit.log2Size) >> (unit.split ? 1 : 0);
   std::array<bool, 4> predicted{};
+  // All flags come before the first mode (7.3.8.5).
   for (unsigned part = 0; part < parts; ++part) predicted[part] = decoder.decode(contexts.previousLumaMode);
   for (unsigned part = 0; part < parts; ++part) {
     const unsigned x = unit.x + (part & 1U) * size;
@@ -150,7 +169,8 @@ void CodingTreeParser::parseModes(CodingUnit& unit) {
   std::fill(unit.chromaModes.begin() + chromaParts, unit.chromaModes.end(), unit.chromaModes[0]);
 }
 
-// 8.4.2, with mpm_idx and rem_intra_luma_pred_mode
+// 8.4.2, with mpm_idx and rem_intra_luma_pred_mode. The mode has to be known because the scan of small blocks, and with
+// it the contexts of their coefficients, follows from it (7.4.9.11).
 unsigned CodingTreeParser::parseLumaMode(unsigned x, unsigned y, bool predicted) {
   const unsigned left = modeLeft_[(y & ctbMask_) >> 2];
   const unsigned above = modeAbove_[(x & ctbMask_) >> 2];

@@ -20,6 +20,9 @@ class CodingTreeParser {
   ArithmeticDecoder decoder;
   Contexts contexts{};
 
+  /// As in Judgement, of the units parsed so far.
+  bool exemptsChromaFromOffset = false;
+
   /// Starts to read at byte `offset` of `data`, which must outlive the parsing. False when
   /// nothing is there that arithmetic code can begin with.
   [[nodiscard]] bool start(ByteView data, std::size_t offset);
@@ -79,6 +82,8 @@ class CodingTreeParser {
   std::array<std::uint8_t, 16> modeAbove_{};
   std::array<std::uint8_t, 16> modeLeft_{};
   bool qpDeltaCoded_ = false;
+  std::vector<bool> chromaOffset_;  // by column: whether the last unit has sample adaptive offset in its chroma
+  unsigned column_ = 0;             // of the unit that is being parsed
 };
 
 }  // namespace quellor::hevc

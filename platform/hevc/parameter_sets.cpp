@@ -2,36 +2,14 @@
 
 #include <algorithm>
 
-#include "platform/hevc/vui.h"
+#include "platform/hevc/syntax.h"
 #include "platform/values/limits.h"
 
 namespace quellor::hevc {
 namespace {
 
 constexpr unsigned kMaximumSide = 1U << 20;
-
-void skipProfileTierLevel(BitReader& reader, unsigned subLayers) {
-  reader.skip(88 + 8);
-  unsigned present[8] = {};
-  for (unsigned i = 0; i < subLayers; ++i) present[i] = reader.bits(2);
-  if (subLayers > 0) reader.skip(2 * (8 - subLayers));
-  for (unsigned i = 0; i < subLayers; ++i) {
-    reader.skip(((present[i] & 2U) != 0 ? 88U : 0U) + ((present[i] & 1U) != 0 ? 8U : 0U));
-  }
-}
-
-void skipScalingLists(BitReader& reader) {
-  for (unsigned size = 0; size < 4; ++size) {
-    for (unsigned matrix = 0; matrix < 6; matrix += size == 3 ? 3 : 1) {
-      if (!reader.flag()) {
-        reader.unsignedGolomb(5);
-        continue;
-      }
-      const unsigned coefficients = std::min(64U, 1U << (4 + (size << 1)));
-      for (unsigned i = 0; i < coefficients + (size > 1 ? 1 : 0); ++i) reader.signedGolomb();
-    }
-  }
-}
+constexpr const char* kExtension = "a tool of the range or screen content extensions";
 
 /// Its offsets are in units of colour differences (table 6-1).
 void readConformanceWindow(BitReader& reader, Sps& sps) {
@@ -70,13 +48,17 @@ void readPcm(BitReader& reader, Sps& sps) {
   sps.pcmDepthChroma = reader.bits(4) + 1;
   sps.minPcmLog2 = 3 + reader.unsignedGolomb(2);
   sps.maxPcmLog2 = sps.minPcmLog2 + reader.unsignedGolomb(2);
-  reader.flag();
+  sps.pcmLoopFilterDisabled = reader.flag();
 }
 
 void readReferenceSets(BitReader& reader, Sps& sps) {
   sps.shortTermSets = reader.unsignedGolomb(64);
-  for (unsigned i = 0; i < sps.shortTermSets && !sps.unusual; ++i) sps.unusual = !skipShortTermSet(reader, i);
-  if (sps.unusual) return;
+  for (unsigned i = 0; i < sps.shortTermSets; ++i) {
+    if (!skipShortTermSet(reader, i)) {
+      sps.notFollowed = "a set of reference pictures that is predicted from another";
+      return;  // what comes behind it cannot be found
+    }
+  }
   sps.longTermPictures = reader.flag();
   if (sps.longTermPictures) {
     sps.longTermCandidates = reader.unsignedGolomb(32);
@@ -125,17 +107,6 @@ void readTiles(BitReader& reader, Pps& pps) {
 
 }  // namespace
 
-bool skipShortTermSet(BitReader& reader, unsigned index) {
-  if (index != 0 && reader.flag()) return false;
-  const unsigned negative = reader.unsignedGolomb(16);
-  const unsigned positive = reader.unsignedGolomb(16);
-  for (unsigned i = 0; i < negative + positive; ++i) {
-    reader.unsignedGolomb();
-    reader.flag();
-  }
-  return true;
-}
-
 std::optional<Sps> parseSps(ByteView payload, unsigned& id) {
   BitReader reader(payload);
   Sps sps;
@@ -145,7 +116,7 @@ std::optional<Sps> parseSps(ByteView payload, unsigned& id) {
   skipProfileTierLevel(reader, subLayers);
   id = reader.unsignedGolomb(kMaximumSps - 1);
   sps.chromaArrayType = reader.unsignedGolomb(3);
-  sps.unusual = sps.chromaArrayType == 3 && reader.flag();  // separate colour planes
+  if (sps.chromaArrayType == k444 && reader.flag()) sps.notFollowed = "separate color planes";
   sps.width = reader.unsignedGolomb(kMaximumSide);
   sps.height = reader.unsignedGolomb(kMaximumSide);
   readConformanceWindow(reader, sps);
@@ -164,11 +135,11 @@ std::optional<Sps> parseSps(ByteView payload, unsigned& id) {
   sps.pcm = reader.flag();
   if (sps.pcm) readPcm(reader, sps);
   readReferenceSets(reader, sps);
-  if (!sps.unusual) {
+  if (sps.notFollowed == nullptr) {
     sps.temporalMvp = reader.flag();
     reader.flag();  // strong intra smoothing
-    if (reader.flag()) sps.chromaLocation = readVui(reader, subLayers).chromaLocation;
-    sps.unusual = mayChangeIntraParsing(reader);
+    if (reader.flag()) sps.chromaLocation = readChromaLocation(reader, subLayers);
+    if (mayChangeIntraParsing(reader)) sps.notFollowed = kExtension;
   }
   if (reader.failed() || !hasLegalBlockSizes(sps)) return std::nullopt;
   return sps;
@@ -187,7 +158,7 @@ std::optional<Pps> parsePps(ByteView payload, unsigned& id) {
   reader.unsignedGolomb(14);
   reader.unsignedGolomb(14);
   pps.initQp = 26 + std::clamp(reader.signedGolomb(), -100, 100);
-  reader.flag();  // constrained intra prediction
+  pps.constrainedIntra = reader.flag();
   pps.transformSkip = reader.flag();
   pps.cuQpDelta = reader.flag();
   if (pps.cuQpDelta) pps.cuQpDeltaDepth = reader.unsignedGolomb(3);
@@ -212,7 +183,7 @@ std::optional<Pps> parsePps(ByteView payload, unsigned& id) {
   reader.flag();  // lists modification
   reader.unsignedGolomb(4);
   pps.headerExtension = reader.flag();
-  pps.unusual = ppsMayChangeIntraParsing(reader, pps.transformSkip);
+  if (ppsMayChangeIntraParsing(reader, pps.transformSkip)) pps.notFollowed = kExtension;
   if (reader.failed()) return std::nullopt;
   return pps;
 }

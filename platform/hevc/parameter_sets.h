@@ -3,7 +3,7 @@
 #include <optional>
 #include <vector>
 
-#include "platform/hevc/bit_reader.h"
+#include "platform/values/bytes.h"
 
 /// What of HEVC's parameter sets (ITU-T H.265, 7.3.2) decides how slices are parsed and how large they are.
 namespace quellor::hevc {
@@ -14,11 +14,11 @@ inline constexpr unsigned k420 = 1;
 inline constexpr unsigned k422 = 2;
 inline constexpr unsigned k444 = 3;
 
-/// `unusual` marks a set that allows coding tools which the parser of slices does not follow: those of the range and
-/// screen content extensions that change how an intra slice is parsed, separate colour planes, predicted sets of
-/// reference pictures.
 struct Sps {
-  bool unusual = false;
+  /// The first coding tool that the set allows and the parser of slices does not follow, in words that live as long as
+  /// the program; null when it follows all of them. What is not followed: tools of the range and screen content
+  /// extensions that change how an intra slice is parsed, separate color planes, predicted sets of reference pictures.
+  const char* notFollowed = nullptr;
   unsigned chromaArrayType = k420;
   unsigned width = 0;  // in luma samples, a multiple of the smallest coding block
   unsigned height = 0;
@@ -39,6 +39,7 @@ struct Sps {
   unsigned pcmDepthChroma = 8;
   unsigned minPcmLog2 = 3;
   unsigned maxPcmLog2 = 5;
+  bool pcmLoopFilterDisabled = false;
   unsigned shortTermSets = 0;
   bool longTermPictures = false;
   unsigned longTermCandidates = 0;
@@ -49,13 +50,14 @@ struct Sps {
 };
 
 struct Pps {
-  bool unusual = false;
+  const char* notFollowed = nullptr;  // as in Sps
   unsigned spsId = 0;
   bool dependentSegments = false;
   bool outputFlag = false;
   unsigned extraHeaderBits = 0;
   bool signHiding = false;
   int initQp = 26;
+  bool constrainedIntra = false;
   bool transformSkip = false;
   bool cuQpDelta = false;
   unsigned cuQpDeltaDepth = 0;
@@ -78,9 +80,6 @@ struct Pps {
 /// Absent when the set breaks the standard's rules. May throw std::bad_alloc.
 [[nodiscard]] std::optional<Sps> parseSps(ByteView payload, unsigned& id);
 [[nodiscard]] std::optional<Pps> parsePps(ByteView payload, unsigned& id);
-
-/// st_ref_pic_set( index ) of 7.3.7. False when it is predicted from another set, which is not followed here.
-[[nodiscard]] bool skipShortTermSet(BitReader& reader, unsigned index);
 
 inline constexpr unsigned kMaximumSps = 16;  // 7.4.3.2.1
 inline constexpr unsigned kMaximumPps = 64;  // 7.4.3.3.1

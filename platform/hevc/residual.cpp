@@ -5,86 +5,10 @@
 #include <cstdint>
 #include <utility>
 
+#include "platform/hevc/residual_tables.h"
+
 namespace quellor::hevc {
 namespace {
-
-struct Position {
-  std::uint8_t x = 0;
-  std::uint8_t y = 0;
-};
-
-template <unsigned size>
-using ScanOrder = std::array<Position, std::size_t{size} * size>;
-
-// 6.5.3 to 6.5.5
-template <unsigned size>
-constexpr std::array<ScanOrder<size>, 3> buildScans() {
-  std::array<ScanOrder<size>, 3> scans{};
-  unsigned i = 0;
-  for (unsigned diagonal = 0; diagonal < 2 * size - 1; ++diagonal) {
-    for (unsigned x = 0; x <= diagonal; ++x) {
-      if (x < size && diagonal - x < size) {
-        scans[0][i++] = {static_cast<std::uint8_t>(x), static_cast<std::uint8_t>(diagonal - x)};
-      }
-    }
-  }
-  for (i = 0; i < size * size; ++i) {
-    scans[1][i] = {static_cast<std::uint8_t>(i % size), static_cast<std::uint8_t>(i / size)};
-    scans[2][i] = {static_cast<std::uint8_t>(i / size), static_cast<std::uint8_t>(i % size)};
-  }
-  return scans;
-}
-
-constexpr auto kScan1 = buildScans<1>();
-constexpr auto kScan2 = buildScans<2>();
-constexpr auto kScan4 = buildScans<4>();
-constexpr auto kScan8 = buildScans<8>();
-
-const Position* subBlockOrder(unsigned log2Size, Scan scan) {
-  const auto index = static_cast<std::size_t>(scan);
-  switch (log2Size) {
-    case 2:
-      return kScan1[index].data();
-    case 3:
-      return kScan2[index].data();
-    case 4:
-      return kScan4[index].data();
-    default:
-      return kScan8[index].data();
-  }
-}
-
-unsigned indexOf(const Position* order, unsigned x, unsigned y) {
-  unsigned index = 0;
-  while (order[index].x != x || order[index].y != y) ++index;
-  return index;
-}
-
-/// sigCtx of 9.3.4.2.5 inside a sub-block, by the coded flags of the sub-blocks to the right (1) and below (2), and
-/// by the place in the sub-block; the last table is that of 4x4 blocks.
-constexpr std::array<std::array<std::uint8_t, 16>, 5> kSignificantInSubBlock = {{
-    {2, 1, 1, 0, 1, 1, 0, 0, 1, 0, 0, 0, 0, 0, 0, 0},
-    {2, 2, 2, 2, 1, 1, 1, 1, 0, 0, 0, 0, 0, 0, 0, 0},
-    {2, 1, 0, 0, 2, 1, 0, 0, 2, 1, 0, 0, 2, 1, 0, 0},
-    {2, 2, 2, 2, 2, 2, 2, 2, 2, 2, 2, 2, 2, 2, 2, 2},
-    {0, 1, 4, 5, 2, 3, 4, 5, 6, 6, 8, 8, 7, 7, 8, 8},
-}};
-
-/// The same by the place in the scan.
-constexpr auto buildSignificantByScan() {
-  std::array<std::array<std::array<std::uint8_t, 16>, 5>, 3> tables{};
-  for (std::size_t scan = 0; scan < 3; ++scan) {
-    for (std::size_t pattern = 0; pattern < 5; ++pattern) {
-      for (std::size_t i = 0; i < 16; ++i) {
-        const Position at = kScan4[scan][i];
-        tables[scan][pattern][i] = kSignificantInSubBlock[pattern][std::size_t{at.y} * 4 + at.x];
-      }
-    }
-  }
-  return tables;
-}
-
-constexpr auto kSignificantByScan = buildSignificantByScan();
 
 constexpr unsigned kMaximumLevel = 1U << 15;  // of 16-bit coefficients
 constexpr int kMaximumPrefix = 18;            // that such a level can have
@@ -183,7 +107,8 @@ unsigned ResidualParser::escapePrefix() {
   return static_cast<unsigned>(prefix);
 }
 
-// 9.3.3.11
+// 9.3.3.11: a prefix of up to four ones with a Rice code's suffix behind it, or an exponential Golomb code. The Rice
+// parameter grows with the levels of the sub-block.
 bool ResidualParser::remainingLevel(unsigned base, unsigned& rice) {
   const unsigned prefix = escapePrefix();
   const unsigned suffixBits = prefix <= 3 ? rice : prefix - 3 + rice;
@@ -194,6 +119,10 @@ bool ResidualParser::remainingLevel(unsigned base, unsigned& rice) {
   return level <= kMaximumLevel;
 }
 
+// The rest of 7.3.8.11 for one sub-block: coeff_abs_level_greater1_flag of the first eight coefficients, with contexts
+// that start higher after a sub-block in which such a flag was one (9.3.4.2.6); coeff_abs_level_greater2_flag of the
+// first that is greater; all signs but a hidden one, which 8.6.2 takes from the sum of the levels; what is left of
+// them.
 bool ResidualParser::levels(unsigned significant, bool firstSubBlock) {
   constexpr unsigned kMaximumGreater1 = 8;
   // The next context after a flag of 0 and of 1.

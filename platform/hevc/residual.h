@@ -1,7 +1,7 @@
 #pragma once
 #include <cstdint>
 
-#include "platform/hevc/contexts.h"
+#include "platform/hevc/cabac.h"
 
 namespace quellor::hevc {
 

@@ -22,6 +22,10 @@ std::vector<unsigned> tileBoundaries(unsigned count, unsigned blocks, bool unifo
   return boundaries;
 }
 
+constexpr const char* kWrongEntryPoint = "an entry point is not where a tile or row ends";
+
+}  // namespace
+
 /// Follows the subsets of a segment's data against the entry points in its header, which count the emulation
 /// prevention bytes too. They matter because parallel decoding starts from them.
 class EntryPoints {
@@ -49,8 +53,6 @@ class EntryPoints {
   std::size_t index_ = 0;
   std::size_t begin_ = 0;
 };
-
-}  // namespace
 
 CtbLayout layOut(const Sps& sps, const Pps& pps) {
   const unsigned columns = sps.ctbColumns();
@@ -85,30 +87,48 @@ PictureParser::PictureParser(const Sps& sps, const Pps& pps)
       units_(sps, pps),
       sliceAddress_(layout_.order.size(), kNoSlice) {}
 
-bool PictureParser::parse(const SliceHeader& header, ByteView data, std::span<const std::size_t> removed) {
-  const bool follows = !complete() && header.address == layout_.order[next_];
-  if (!follows || (header.dependent && next_ == 0) || !units_.start(data, 0)) return false;
+Judgement PictureParser::parse(const SliceHeader& header, ByteView data, std::span<const std::size_t> removed) {
   EntryPoints entryPoints(header, removed);
+  const char* const reason = parseUnits(header, data, entryPoints);
+  return reason == nullptr ? Judgement{} : Judgement{Verdict::damaged, reason};
+}
+
+/// Null or, as below, what is wrong.
+const char* PictureParser::parseUnits(const SliceHeader& header, ByteView data, EntryPoints& entryPoints) {
+  if (layout_.order.empty()) return "the tiles do not fit the picture";
+  if (complete()) return "a slice segment comes after the last coding tree unit";
+  if (header.address != layout_.order[next_]) return "a slice segment does not begin where the last one ended";
+  if (!units_.start(data, 0)) return "a slice segment has no legal start";
   for (bool first = true;; first = false) {
-    const unsigned address = layout_.order[next_];
-    if (!parseUnit(header, first)) return false;
-    if (units_.decoder.terminate()) break;
-    if (complete()) return false;
-    const unsigned nextAddress = layout_.order[next_];
-    const bool newTile = layout_.tile[address] != layout_.tile[nextAddress];
-    if (newTile || (pps_.wavefront && startsRow(nextAddress))) {
-      const auto end = units_.decoder.terminate() ? units_.decoder.endOfSubset() : std::nullopt;
-      if (!end || !entryPoints.accepts(*end) || !units_.start(data, *end)) return false;
-    }
+    if (const char* const reason = parseUnit(header, first)) return reason;
+    if (units_.decoder.terminate()) break;  // end_of_slice_segment_flag
+    if (complete()) return "a slice segment goes on behind the last coding tree unit";
+    if (!startsSubset()) continue;
+    if (const char* const reason = startNextSubset(data, entryPoints)) return reason;
   }
   afterSegment_ = units_.contexts;
   const auto end = units_.decoder.endOfSubset();
   // Zero bytes may follow: cabac_zero_words (7.3.2.10).
-  return end && entryPoints.used() &&
-         std::all_of(data.begin() + static_cast<std::ptrdiff_t>(*end), data.end(), [](auto byte) { return byte == 0; });
+  const auto isZero = [](auto byte) { return byte == 0; };
+  if (!end || !std::all_of(data.begin() + static_cast<std::ptrdiff_t>(*end), data.end(), isZero)) {
+    return "a slice segment's code does not end with its data";
+  }
+  return entryPoints.used() ? nullptr : kWrongEntryPoint;
 }
 
-bool PictureParser::parseUnit(const SliceHeader& header, bool firstInSegment) {
+/// Whether the next unit is coded apart from the one before it: in another tile, or in a wavefront's next row.
+bool PictureParser::startsSubset() const {
+  const unsigned address = layout_.order[next_];
+  return layout_.tile[address] != layout_.tile[layout_.order[next_ - 1]] || (pps_.wavefront && startsRow(address));
+}
+
+const char* PictureParser::startNextSubset(ByteView data, EntryPoints& entryPoints) {
+  const auto end = units_.decoder.terminate() ? units_.decoder.endOfSubset() : std::nullopt;  // end_of_subset_one_bit
+  if (!end || !units_.start(data, *end)) return "the code of a tile or row does not end with its data";
+  return entryPoints.accepts(*end) ? nullptr : kWrongEntryPoint;
+}
+
+const char* PictureParser::parseUnit(const SliceHeader& header, bool firstInSegment) {
   const unsigned address = layout_.order[next_];
   const unsigned columns = sps_.ctbColumns();
   const unsigned column = address % columns;
@@ -116,12 +136,14 @@ bool PictureParser::parseUnit(const SliceHeader& header, bool firstInSegment) {
   chooseContexts(header, address, firstInSegment);
   const bool hasLeft = column > 0 && belongsTogether(address, address - 1);
   const bool hasAbove = address >= columns && belongsTogether(address, address - columns);
-  if (!units_.parse(header, column, address / columns, hasLeft, hasAbove) || units_.decoder.overran()) return false;
+  if (!units_.parse(header, column, address / columns, hasLeft, hasAbove)) return "a coding tree unit is broken";
+  if (units_.decoder.overran()) return "a slice segment's code goes on behind its data";
   if (pps_.wavefront && column == layout_.tileLeft[address] + 1) afterSecondUnit_ = units_.contexts;
   ++next_;
-  return true;
+  return nullptr;
 }
 
+// The availability of 6.4.1, of blocks that are coded already.
 bool PictureParser::belongsTogether(unsigned address, unsigned neighbour) const {
   return sliceAddress_[neighbour] == sliceAddress_[address] && layout_.tile[neighbour] == layout_.tile[address];
 }
@@ -130,7 +152,8 @@ bool PictureParser::startsRow(unsigned address) const {
   return address % sps_.ctbColumns() == layout_.tileLeft[address];
 }
 
-// 9.3.1
+// 9.3.1. A row of a wavefront starts with what the row above knew after its second unit, if that belongs to the same
+// slice and tile, so that rows can be coded at the same time. That goes before the dependence on the last segment.
 void PictureParser::chooseContexts(const SliceHeader& header, unsigned address, bool firstInSegment) {
   const unsigned columns = sps_.ctbColumns();
   const bool firstInTile = next_ == 0 || layout_.tile[layout_.order[next_ - 1]] != layout_.tile[address];

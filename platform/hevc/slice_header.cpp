@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <bit>
 
+#include "platform/hevc/syntax.h"
+
 namespace quellor::hevc {
 namespace {
 
@@ -17,6 +19,13 @@ constexpr unsigned kIntraSlice = 2;  // table 7-7
 /// Ceil( Log2( count ) )
 unsigned bitsFor(unsigned count) { return static_cast<unsigned>(std::bit_width(count - 1)); }
 
+constexpr Judgement kBroken{Verdict::damaged, "a slice header is broken"};
+constexpr Judgement kInterSlice{Verdict::unknown, "a slice is not an intra slice"};
+
+/// Whether all slices of a picture of these units are intra slices (7.4.7.1).
+bool isIrap(unsigned unitType) { return unitType >= kFirstIrap && unitType <= kLastIrap; }
+
+/// The fields about picture order and reference pictures. False when a set of those is predicted from another one.
 bool skipPictureOrder(BitReader& reader, const Sps& sps) {
   reader.skip(sps.pocBits);
   if (!reader.flag()) {
@@ -72,15 +81,15 @@ void readSubsetSizes(BitReader& reader, unsigned maximum, SliceHeader& header) {
 
 unsigned parsePpsId(ByteView payload, unsigned unitType) {
   BitReader reader(payload);
-  reader.skip(unitType >= kFirstIrap && unitType <= kLastIrap ? 2 : 1);
+  reader.skip(isIrap(unitType) ? 2 : 1);
   const unsigned id = reader.unsignedGolomb(kMaximumPps - 1);
   return reader.failed() ? kMaximumPps : id;
 }
 
-Parsed parseSliceHeader(ByteView payload, unsigned unitType, const Sps& sps, const Pps& pps, SliceHeader& header) {
+Judgement parseSliceHeader(ByteView payload, unsigned unitType, const Sps& sps, const Pps& pps, SliceHeader& header) {
   BitReader reader(payload);
   header.firstInPicture = reader.flag();
-  if (unitType >= kFirstIrap && unitType <= kLastIrap) reader.flag();
+  if (isIrap(unitType)) reader.flag();
   header.ppsId = reader.unsignedGolomb(kMaximumPps - 1);
   header.dependent = false;
   header.address = 0;
@@ -89,23 +98,25 @@ Parsed parseSliceHeader(ByteView payload, unsigned unitType, const Sps& sps, con
   if (!header.firstInPicture) {
     header.dependent = pps.dependentSegments && reader.flag();
     header.address = reader.bits(bitsFor(blocks));
-    if (header.address == 0 || header.address >= blocks) return Parsed::no;
+    if (header.address == 0 || header.address >= blocks) return kBroken;
   }
   if (!header.dependent) {
     header.sliceAddress = header.address;
     reader.skip(pps.extraHeaderBits);
     const unsigned type = reader.unsignedGolomb(kIntraSlice);
     reader.skip(pps.outputFlag ? 1 : 0);
-    if (!reader.failed() && type != kIntraSlice) return Parsed::unusual;
+    if (!reader.failed() && type != kIntraSlice) return isIrap(unitType) ? kBroken : kInterSlice;
     if (unitType != kIdrWithRadl && unitType != kIdrWithoutLeading && !skipPictureOrder(reader, sps)) {
-      return Parsed::unusual;
+      return {Verdict::unknown, "a set of reference pictures is predicted from another"};
     }
     readFilters(reader, sps, pps, header);
+    const int qpBdOffset = 6 * static_cast<int>(sps.bitDepthLuma - 8);
+    if (header.qp < -qpBdOffset || header.qp > 51) return kBroken;
   }
   if (pps.tiles || pps.wavefront) readSubsetSizes(reader, blocks, header);
   if (pps.headerExtension) reader.skip(8 * reader.unsignedGolomb(256));
   header.size = reader.byteAlignment();
-  return reader.failed() ? Parsed::no : Parsed::yes;
+  return reader.failed() ? kBroken : Judgement{};
 }
 
 }  // namespace quellor::hevc

@@ -4,14 +4,9 @@
 #include <vector>
 
 #include "platform/hevc/parameter_sets.h"
+#include "platform/hevc/verify.h"
 
 namespace quellor::hevc {
-
-enum class Parsed : std::uint8_t {
-  yes,
-  no,       // breaks the standard's rules
-  unusual,  // holds something that is not followed here
-};
 
 /// slice_segment_header() (ITU-T H.265, 7.3.6.1) of an intra slice. A dependent segment has only the members up to
 /// `address` and the last two of its own; it goes on with the rest of the segment before it.
@@ -32,8 +27,9 @@ struct SliceHeader {
 [[nodiscard]] unsigned parsePpsId(ByteView payload, unsigned unitType);
 
 /// `payload` is the unit behind its two-byte header, without emulation prevention. `header` holds the segment before
-/// it on entry when there is one. May throw std::bad_alloc.
-[[nodiscard]] Parsed parseSliceHeader(ByteView payload, unsigned unitType, const Sps& sps, const Pps& pps,
-                                      SliceHeader& header);
+/// it on entry when there is one. `damaged` when the header breaks the standard's rules, `unknown` when it holds
+/// something that is not followed here. May throw std::bad_alloc.
+[[nodiscard]] Judgement parseSliceHeader(ByteView payload, unsigned unitType, const Sps& sps, const Pps& pps,
+                                         SliceHeader& header);
 
 }  // namespace quellor::hevc

@@ -1,7 +1,7 @@
 #include "platform/hevc/strict_check.h"
 
+#include <map>
 #include <mutex>
-#include <set>
 #include <system_error>
 
 #include "platform/values/sha256.h"
@@ -9,24 +9,25 @@
 namespace quellor::hevc {
 namespace {
 
-/// The digests of the pictures that passed.
+/// The pictures that passed, by their digests.
 class PassedPictures {
  public:
   using Digest = std::array<std::uint8_t, 32>;
 
-  [[nodiscard]] bool contains(const Digest& digest) const {
+  [[nodiscard]] std::optional<Judgement> find(const Digest& digest) const {
     const std::lock_guard lock(mutex_);
-    return digests_.contains(digest);
+    const auto found = judgements_.find(digest);
+    return found != judgements_.end() ? std::optional(found->second) : std::nullopt;
   }
 
-  void insert(const Digest& digest) {
+  void insert(const Digest& digest, const Judgement& judgement) {
     const std::lock_guard lock(mutex_);
-    digests_.insert(digest);
+    judgements_.emplace(digest, judgement);
   }
 
  private:
   mutable std::mutex mutex_;
-  std::set<Digest> digests_;
+  std::map<Digest, Judgement> judgements_;
 };
 
 /// Made at the first use, and lives as long as the module, which is never unloaded.
@@ -37,27 +38,23 @@ PassedPictures& passedPictures() {
 
 }  // namespace
 
-StrictCheck::StrictCheck(const NalStream& stream, ByteView bytes, bool besides) : digest_(sha256(bytes)) {
-  if (passedPictures().contains(digest_)) {
-    known_ = Verdict::intact;
-    return;
-  }
-  units_ = stream.units();
-  if (besides) {
-    try {
-      pending_ = std::async(std::launch::async, [this] { return verify(units_); });
-    } catch (const std::system_error&) {
-      // No thread to be had: passes() does it.
-    }
+StrictCheck::StrictCheck(const NalStream& stream, ByteView bytes, std::launch when) : digest_(sha256(bytes)) {
+  known_ = passedPictures().find(digest_);
+  if (known_) return;
+  const auto judge = [units = stream.units()] { return verify(units); };
+  try {
+    pending_ = std::async(when, judge);
+  } catch (const std::system_error&) {  // no thread to be had
+    pending_ = std::async(std::launch::deferred, judge);
   }
 }
 
-bool StrictCheck::passes() {
+Judgement StrictCheck::judgement() {
   if (!known_) {
-    known_ = pending_.valid() ? pending_.get() : verify(units_);
-    if (known_ != Verdict::damaged) passedPictures().insert(digest_);
+    known_ = pending_.get();
+    if (known_->verdict != Verdict::damaged) passedPictures().insert(digest_, *known_);
   }
-  return known_ != Verdict::damaged;
+  return *known_;
 }
 
 }  // namespace quellor::hevc

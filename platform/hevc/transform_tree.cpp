@@ -13,13 +13,16 @@ Scan scanOf(unsigned mode) {
 
 }  // namespace
 
-// 7.3.8.8
+// 7.3.8.8. A 4x4 block has no chroma of its own unless that is of full size: the four share the flags of their parent.
+// 4:2:2 has two square chroma blocks, one below the other, where the tree ends; they are told apart already at the
+// parent of 4x4 blocks.
 bool CodingTreeParser::parseTransformTree(const CodingUnit& unit, TransformNode node) {
   bool split = node.log2Size > sps_.maxTbLog2 || (unit.split && node.depth == 0);
   const unsigned maximumDepth = sps_.maxIntraTransformDepth + (unit.split ? 1 : 0);
   if (!split && node.log2Size > sps_.minTbLog2 && node.depth < maximumDepth) {
     split = decoder.decode(contexts.splitTransform[5 - node.log2Size]);
   }
+  // What is not coded is inherited: a parent without coded chroma has no child with it.
   if ((node.log2Size > 2 && sps_.chromaArrayType != kMonochrome) || sps_.chromaArrayType == k444) {
     const bool two = sps_.chromaArrayType == k422 && (!split || node.log2Size == 3);
     node.codedCb = parseChromaFlags(node.depth == 0 || node.codedCb != 0, two, node.depth);

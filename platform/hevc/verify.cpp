@@ -15,6 +15,9 @@ class ParameterSets {
   /// Keeps a set that is understood; other units are none of its business.
   void store(const NalUnit& unit);
 
+  /// Whether there was a set that is not understood.
+  [[nodiscard]] bool lacksSome() const { return lacksSome_; }
+
   /// The sets that the slice segment in `raw` asks for, or null.
   struct Active {
     const Sps* sps = nullptr;
@@ -25,6 +28,7 @@ class ParameterSets {
  private:
   std::array<std::optional<Sps>, kMaximumSps> sps_;
   std::array<std::optional<Pps>, kMaximumPps> pps_;
+  bool lacksSome_ = false;
 };
 
 void ParameterSets::store(const NalUnit& unit) {
@@ -32,10 +36,15 @@ void ParameterSets::store(const NalUnit& unit) {
   const RawPayload raw = removeEmulationPrevention(unit.payload);
   unsigned id = 0;
   if (unit.type == kPpsUnit) {
-    if (auto pps = parsePps(raw.bytes, id)) pps_[id] = std::move(pps);
-  } else if (auto sps = parseSps(raw.bytes, id)) {
+    if (auto pps = parsePps(raw.bytes, id)) {
+      pps_[id] = std::move(pps);
+      return;
+    }
+  } else if (const auto sps = parseSps(raw.bytes, id)) {
     sps_[id] = sps;
+    return;
   }
+  lacksSome_ = true;
 }
 
 ParameterSets::Active ParameterSets::activeFor(const RawPayload& raw, unsigned unitType) const {
@@ -48,10 +57,11 @@ bool isSliceSegment(const NalUnit& unit) { return unit.type < kFirstParameterSet
 
 class Verifier {
  public:
-  Verdict verify(std::span<const NalUnit> units);
+  Judgement verify(std::span<const NalUnit> units);
 
  private:
-  Verdict verifySegment(const NalUnit& unit);
+  Judgement verifySegment(const NalUnit& unit);
+  Judgement findParameterSets(const ParameterSets::Active& active);
 
   ParameterSets sets_;
   ParameterSets::Active active_;
@@ -59,28 +69,40 @@ class Verifier {
   SliceHeader header_;
 };
 
-Verdict Verifier::verifySegment(const NalUnit& unit) {
-  const RawPayload raw = removeEmulationPrevention(unit.payload);
-  const auto active = sets_.activeFor(raw, unit.type);
-  if (active.sps == nullptr || active.sps->unusual || active.pps->unusual) return Verdict::unknown;
+/// Starts the picture with the sets of its first segment.
+Judgement Verifier::findParameterSets(const ParameterSets::Active& active) {
+  if (active.sps == nullptr) {
+    if (sets_.lacksSome()) return {Verdict::unknown, "a parameter set is not understood"};
+    return {Verdict::damaged, "a slice segment asks for a parameter set that is not there"};
+  }
+  for (const char* const tool : {active.sps->notFollowed, active.pps->notFollowed}) {
+    if (tool != nullptr) return {Verdict::unknown, tool};
+  }
   if (!picture_) {
     active_ = active;
     picture_.emplace(*active.sps, *active.pps);
   }
   if (active.pps != active_.pps) {  // allowed by the standard, seen nowhere
-    return Verdict::unknown;
+    return {Verdict::unknown, "slices of one picture ask for different parameter sets"};
   }
-  const Parsed parsed = parseSliceHeader(raw.bytes, unit.type, *active.sps, *active.pps, header_);
-  if (parsed != Parsed::yes) return parsed == Parsed::unusual ? Verdict::unknown : Verdict::damaged;
+  return {};
+}
+
+Judgement Verifier::verifySegment(const NalUnit& unit) {
+  const RawPayload raw = removeEmulationPrevention(unit.payload);
+  const auto active = sets_.activeFor(raw, unit.type);
+  const Judgement sets = findParameterSets(active);
+  if (sets.verdict != Verdict::intact) return sets;
+  const Judgement header = parseSliceHeader(raw.bytes, unit.type, *active.sps, *active.pps, header_);
+  if (header.verdict != Verdict::intact) return header;
   std::vector<std::size_t> removed;
   for (const std::size_t place : raw.removed) {
     if (place > header_.size) removed.push_back(place - header_.size);
   }
-  const bool intact = picture_->parse(header_, ByteView(raw.bytes).subspan(header_.size), removed);
-  return intact ? Verdict::intact : Verdict::damaged;
+  return picture_->parse(header_, ByteView(raw.bytes).subspan(header_.size), removed);
 }
 
-Verdict Verifier::verify(std::span<const NalUnit> units) {
+Judgement Verifier::verify(std::span<const NalUnit> units) {
   for (const NalUnit& unit : units) {
     if (!isSliceSegment(unit)) {
       if (!picture_) {  // none may change inside a picture, and pointers to them are kept
@@ -88,15 +110,19 @@ Verdict Verifier::verify(std::span<const NalUnit> units) {
       }
       continue;
     }
-    const Verdict verdict = verifySegment(unit);
-    if (verdict != Verdict::intact) return verdict;
+    const Judgement judgement = verifySegment(unit);
+    if (judgement.verdict != Verdict::intact) return judgement;
   }
-  return picture_ && picture_->complete() ? Verdict::intact : Verdict::damaged;
+  if (!picture_) return {Verdict::damaged, "there is no slice segment"};
+  if (!picture_->complete()) return {Verdict::damaged, "the slice segments do not cover the picture"};
+  Judgement judgement;
+  judgement.exemptsChromaFromOffset = picture_->exemptsChromaFromOffset();
+  return judgement;
 }
 
 }  // namespace
 
-Verdict verify(std::span<const NalUnit> units) { return Verifier().verify(units); }
+Judgement verify(std::span<const NalUnit> units) { return Verifier().verify(units); }
 
 std::optional<PictureShape> shapeOf(std::span<const NalUnit> units) {
   ParameterSets sets;
@@ -109,7 +135,16 @@ std::optional<PictureShape> shapeOf(std::span<const NalUnit> units) {
     const auto active = sets.activeFor(removeEmulationPrevention(unit.payload.first(headerStart)), unit.type);
     if (active.sps == nullptr) return std::nullopt;
     const Sps& sps = *active.sps;
-    return PictureShape{std::uint64_t{sps.width} * sps.height, sps.shownWidth, sps.shownHeight, active.pps->wavefront};
+    PictureShape shape;
+    shape.pixels = std::uint64_t{sps.width} * sps.height;
+    shape.shownWidth = sps.shownWidth;
+    shape.shownHeight = sps.shownHeight;
+    shape.chromaFormat = sps.chromaArrayType;
+    shape.wavefront = active.pps->wavefront;
+    shape.tiles = active.pps->tiles;
+    shape.constrainedIntra = active.pps->constrainedIntra;
+    shape.pcmWithoutChroma = sps.pcm && sps.chromaArrayType == kMonochrome;
+    return shape;
   }
   return std::nullopt;
 }

@@ -10,7 +10,16 @@ namespace quellor::hevc {
 enum class Verdict : std::uint8_t {
   intact,   // every slice segment's arithmetic code ends exactly where its data end, and they cover the picture
   damaged,  // that does not hold
-  unknown,  // the picture uses coding tools that are not followed here
+  unknown,  // the picture uses coding tools that are not followed here, or a parameter set that is not understood
+};
+
+/// A verdict and, unless that is `intact`, the condition that failed first: a short English phrase for developers.
+struct Judgement {
+  Verdict verdict = Verdict::intact;
+  const char* reason = "";  // lives as long as the program
+  /// Of an intact picture: whether sample adaptive offset is on for the chroma of a coding tree unit in which a coding
+  /// unit is exempt from it, as PCM and lossless units can be (ITU-T H.265, 8.7.3.2). Not every decoder obeys.
+  bool exemptsChromaFromOffset = false;
 };
 
 /// Judges the one picture that `units` code without decoding it, in about half the time that decoding takes. May
@@ -22,14 +31,18 @@ enum class Verdict : std::uint8_t {
 /// ends. The flag that ends a segment must come after its last coding tree unit, and the last bit used must be the
 /// last of the data. Both hold by chance once in many thousand times, not to speak of the syntax elements whose range
 /// is checked on the way. Beyond that, a damaged picture cannot be told from another valid one.
-[[nodiscard]] Verdict verify(std::span<const NalUnit> units);
+[[nodiscard]] Judgement verify(std::span<const NalUnit> units);
 
 /// What the parameter sets say of a picture.
 struct PictureShape {
   std::uint64_t pixels = 0;
   unsigned shownWidth = 0;  // of the conformance window
   unsigned shownHeight = 0;
-  bool wavefront = false;  // rows can be decoded at the same time
+  unsigned chromaFormat = 1;  // chroma_format_idc
+  bool wavefront = false;     // rows can be decoded at the same time
+  bool tiles = false;
+  bool constrainedIntra = false;  // constrained_intra_pred_flag
+  bool pcmWithoutChroma = false;  // PCM is allowed in a picture that is luma alone
 };
 
 /// Absent when the first slice segment's parameter sets are not there or not understood.

@@ -114,6 +114,13 @@ TEST(Folders, IncludeOnlyWhatTheyMayUse) {
   EXPECT_GT(seen, 500U);
 }
 
+TEST(Folders, IncludeOnlyThePublicHeaderOfTheHevcSyntax) {
+  for (const Include& include : allIncludes()) {
+    if (!include.header.starts_with("platform/hevc/") || include.folder == "platform/hevc") continue;
+    EXPECT_EQ(include.header, "platform/hevc/hevc.h") << include.file;
+  }
+}
+
 TEST(Folders, UseEveryFolderThatTheyMay) {
   std::map<std::string, Folders> used;
   for (const Include& include : allIncludes()) {

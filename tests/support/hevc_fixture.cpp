@@ -25,19 +25,6 @@ void require(bool condition, const char* what) {
   if (!condition) throw std::runtime_error(std::string("x265: ") + what);
 }
 
-/// Names and values as x265's command line has them.
-std::vector<std::pair<const char*, std::string>> optionsFor(const Raster& raster) {
-  return {{"lossless", "1"},
-          {"ctu", "16"},
-          {"info", "0"},
-          {"pools", "none"},
-          {"frame-threads", "1"},
-          {"range", raster.coding.fullRange ? "full" : "limited"},
-          {"colorprim", std::to_string(raster.coding.colorPrimaries)},
-          {"transfer", std::to_string(raster.coding.transferCharacteristics)},
-          {"colormatrix", std::to_string(raster.coding.matrixCoefficients)}};
-}
-
 class Units {
  public:
   void add(const x265_nal* units, std::uint32_t count) {
@@ -67,13 +54,13 @@ class Units {
 
 }  // namespace
 
-CodedPicture codeLosslessly(const Raster& raster) {
+CodedPicture codeWithX265(const Raster& raster, const std::string& preset, const X265Options& options) {
   const x265_api* const api = x265_api_get(raster.bitsPerComponent);
   require(api != nullptr, "depth");
   const std::unique_ptr<x265_param, void (*)(x265_param*)> parameters(api->param_alloc(), api->param_free);
-  require(api->param_default_preset(parameters.get(), "ultrafast", nullptr) == 0, "preset");
-  for (const auto& [name, value] : optionsFor(raster)) {
-    require(api->param_parse(parameters.get(), name, value.c_str()) == 0, name);
+  require(api->param_default_preset(parameters.get(), preset.c_str(), nullptr) == 0, "preset");
+  for (const auto& [name, value] : options) {
+    require(api->param_parse(parameters.get(), name.c_str(), value.c_str()) == 0, name.c_str());
   }
   parameters->fpsNum = parameters->fpsDenom = 1;
   parameters->totalFrames = 1;
@@ -102,6 +89,19 @@ CodedPicture codeLosslessly(const Raster& raster) {
   units.add(coded, count);
   while (api->encoder_encode(encoder.get(), &coded, &count, nullptr, nullptr) > 0) units.add(coded, count);
   return units.picture();
+}
+
+CodedPicture codeLosslessly(const Raster& raster) {
+  return codeWithX265(raster, "ultrafast",
+                      {{"lossless", "1"},
+                       {"ctu", "16"},
+                       {"info", "0"},
+                       {"pools", "none"},
+                       {"frame-threads", "1"},
+                       {"range", raster.coding.fullRange ? "full" : "limited"},
+                       {"colorprim", std::to_string(raster.coding.colorPrimaries)},
+                       {"transfer", std::to_string(raster.coding.transferCharacteristics)},
+                       {"colormatrix", std::to_string(raster.coding.matrixCoefficients)}});
 }
 
 }  // namespace quellor::test_support

@@ -4,10 +4,10 @@
 
 #include "platform/values/bytes.h"
 
-namespace quellor::hevc {
+namespace quellor {
 
-/// Reads the syntax of parameter sets and slice headers (ITU-T H.265, 7.2 and 9.2) from bytes without emulation
-/// prevention. Never reads beyond them: a read that would gives 0 and makes `failed` true for good.
+/// Reads the descriptors of ITU-T H.265, 7.2 and 9.2, from bytes without emulation prevention. Never reads beyond them:
+/// a read that would gives 0 and makes `failed` true for good.
 class BitReader {
  public:
   explicit BitReader(ByteView bytes) : bytes_(bytes) {}
@@ -70,4 +70,4 @@ class BitReader {
   bool failed_ = false;
 };
 
-}  // namespace quellor::hevc
+}  // namespace quellor

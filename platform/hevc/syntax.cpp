@@ -1,4 +1,6 @@
-#include "platform/hevc/vui.h"
+#include "platform/hevc/syntax.h"
+
+#include <algorithm>
 
 namespace quellor::hevc {
 namespace {
@@ -39,9 +41,43 @@ void skipHrd(BitReader& reader, unsigned subLayers) {
 
 }  // namespace
 
-Vui readVui(BitReader& reader, unsigned subLayers) {
-  Vui vui;
-  constexpr unsigned kExtendedAspectRatio = 255;
+void skipProfileTierLevel(BitReader& reader, unsigned subLayers) {
+  reader.skip(88 + 8);
+  unsigned present[8] = {};
+  for (unsigned i = 0; i < subLayers; ++i) present[i] = reader.bits(2);
+  if (subLayers > 0) reader.skip(2 * (8 - subLayers));
+  for (unsigned i = 0; i < subLayers; ++i) {
+    reader.skip(((present[i] & 2U) != 0 ? 88U : 0U) + ((present[i] & 1U) != 0 ? 8U : 0U));
+  }
+}
+
+void skipScalingLists(BitReader& reader) {
+  for (unsigned size = 0; size < 4; ++size) {
+    for (unsigned matrix = 0; matrix < 6; matrix += size == 3 ? 3 : 1) {
+      if (!reader.flag()) {
+        reader.unsignedGolomb(5);
+        continue;
+      }
+      const unsigned coefficients = std::min(64U, 1U << (4 + (size << 1)));
+      for (unsigned i = 0; i < coefficients + (size > 1 ? 1 : 0); ++i) reader.signedGolomb();
+    }
+  }
+}
+
+bool skipShortTermSet(BitReader& reader, unsigned index) {
+  if (index != 0 && reader.flag()) return false;
+  const unsigned negative = reader.unsignedGolomb(16);
+  const unsigned positive = reader.unsignedGolomb(16);
+  for (unsigned i = 0; i < negative + positive; ++i) {
+    reader.unsignedGolomb();
+    reader.flag();
+  }
+  return true;
+}
+
+std::optional<unsigned> readChromaLocation(BitReader& reader, unsigned subLayers) {
+  std::optional<unsigned> location;
+  constexpr unsigned kExtendedAspectRatio = 255;  // EXTENDED_SAR, table E.1
   if (reader.flag() && reader.bits(8) == kExtendedAspectRatio) reader.skip(32);
   if (reader.flag()) {  // overscan
     reader.flag();
@@ -51,7 +87,7 @@ Vui readVui(BitReader& reader, unsigned subLayers) {
     reader.skip(reader.flag() ? 24 : 0);
   }
   if (reader.flag()) {  // chroma location
-    vui.chromaLocation = reader.unsignedGolomb();
+    location = reader.unsignedGolomb();
     reader.unsignedGolomb();
   }
   reader.skip(3);
@@ -67,7 +103,7 @@ Vui readVui(BitReader& reader, unsigned subLayers) {
     reader.skip(3);
     for (int value = 0; value < 5; ++value) reader.unsignedGolomb();
   }
-  return vui;
+  return location;
 }
 
 }  // namespace quellor::hevc
