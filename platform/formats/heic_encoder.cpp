@@ -19,12 +19,6 @@
 namespace quellor {
 namespace {
 
-/// The encoder's least size, and its unit: 4:2:0 has no odd sizes.
-std::uint32_t codedSizeOf(std::uint32_t size) {
-  constexpr std::uint32_t kLeast = 64;
-  return std::max(kLeast, (size + 1) & ~1U);
-}
-
 /// A copy of the components in planes of the coded size, their last column and row repeated.
 Raster padded(const Raster& raster, heif::ImageSize coded) {
   const bool grey = raster.model == SampleModel::grey;
@@ -161,13 +155,20 @@ bool isEncodable(const Raster& raster) {
 
 }  // namespace
 
+std::uint32_t codedSizeOf(std::uint32_t size) {
+  constexpr std::uint32_t kLeast = 64;
+  return std::max(kLeast, (size + 1) & ~1U);
+}
+
 std::optional<heif::OutputFile> encodeHeic(const Raster& raster, double quality) {
+  return encodeHeic(raster, quality, encodingGridFor(codedSizeOf(raster.width), codedSizeOf(raster.height)));
+}
+
+std::optional<heif::OutputFile> encodeHeic(const Raster& raster, double quality, const EncodingGrid& grid) {
   if (!isEncodable(raster)) return std::nullopt;
-  const heif::ImageSize coded{codedSizeOf(raster.width), codedSizeOf(raster.height)};
-  const EncodingGrid grid = encodingGridFor(coded.width, coded.height);
   heif::EncodedImage image;
   image.size = {raster.width, raster.height};
-  image.codedSize = coded;
+  image.codedSize = {codedSizeOf(raster.width), codedSizeOf(raster.height)};
   image.tileSize = {grid.tileWidth, grid.tileHeight};
   image.columns = grid.columns;
   image.rows = grid.rows;

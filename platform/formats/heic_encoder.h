@@ -1,6 +1,7 @@
 #pragma once
 #include <optional>
 
+#include "platform/formats/heic_encoder_settings.h"
 #include "platform/heif/output_file.h"
 #include "platform/values/raster.h"
 
@@ -10,6 +11,12 @@ namespace quellor {
 /// pixels::encodingForm() gives it: planar, grey or YCbCr 4:2:0, 8 or 10 bits. `quality` from 0.0 to 1.0.
 /// Absent when the encoder fails or threads run out. Throws MissingModule, std::bad_alloc.
 std::optional<heif::OutputFile> encodeHeic(const Raster& raster, double quality);
+
+/// The same with a grid of the caller's choice instead of encodingGridFor().
+std::optional<heif::OutputFile> encodeHeic(const Raster& raster, double quality, const EncodingGrid& grid);
+
+/// The size that the encoder is given for an image's: even, because 4:2:0 has no odd sizes, and at least 64.
+std::uint32_t codedSizeOf(std::uint32_t size);
 
 /// The quality of an image for which none is asked: keeps a phone photo near its size.
 inline constexpr double kDefaultQuality = 0.8;
