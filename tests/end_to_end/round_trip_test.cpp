@@ -11,6 +11,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/support/corpus.h"
+#include "tests/support/judges.h"
 #include "tests/support/program.h"
 #include "tests/support/request.h"
 #include "tests/support/stored_pixels.h"
@@ -46,12 +47,12 @@ std::optional<std::string> refusalOf(const std::string& operation, const CorpusR
 class RoundTrip : public ::testing::TestWithParam<std::tuple<CorpusRow, const char*>> {
  protected:
   void SetUp() override {
-    if (!std::filesystem::exists(test_support::samples())) GTEST_SKIP() << "no sample files";
+    if (!test_support::requireJudge("heif-dec")) return;
   }
 
   [[nodiscard]] static const CorpusRow& row() { return std::get<0>(GetParam()); }
   [[nodiscard]] static std::string operation() { return std::get<1>(GetParam()); }
-  [[nodiscard]] static std::filesystem::path input() { return test_support::samples() / row().file; }
+  [[nodiscard]] static std::filesystem::path input() { return test_support::sampleFile(row().file); }
   [[nodiscard]] std::filesystem::path output() const { return folder_.path() / "out"; }
 
   [[nodiscard]] json answer() const {
@@ -102,7 +103,7 @@ class RoundTrip : public ::testing::TestWithParam<std::tuple<CorpusRow, const ch
     EXPECT_EQ(seen["input"]["auxiliaryTypes"], json::array());
     test_support::ProcessOptions options;
     options.arguments = {"--png-compression-level", "0", output().string(), (decoded_.path() / "out.png").string()};
-    const auto run = test_support::runProcess("/usr/bin/heif-dec", options);
+    const auto run = test_support::runProcess(test_support::judge("heif-dec"), options);
     EXPECT_EQ(run.exitStatus, 0) << test_support::describe(run);
   }
 
