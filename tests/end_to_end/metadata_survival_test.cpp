@@ -28,9 +28,9 @@ using test_support::Tags;
 
 /// Groups that tell of the file's form and its samples, or of blocks that a HEIC file has no home for.
 bool isOfTheForm(const std::string& key) {
-  static const std::set<std::string> kGroups = {"QuickTime", "Meta",      "Track1", "Track2", "JFIF", "IPTC",
-                                                "MPF0",      "Photoshop", "Adobe",  "Ducky",  "FPXR", "APP14",
-                                                "SPIFF",     "IFD1",      "IFD2",   "SubIFD"};
+  static const std::set<std::string> kGroups = {"QuickTime", "Meta",   "Track1", "Track2",   "JFIF",  "IPTC",  "MPF0",
+                                                "Photoshop", "Adobe",  "Ducky",  "FPXR",     "APP14", "SPIFF", "IFD1",
+                                                "IFD2",      "SubIFD", "PNG",    "PNG-pHYs", "GIF",   "RIFF"};
   const std::string group = groupOf(key);
   return kGroups.contains(group) || group.starts_with("ICC") || group.starts_with("MPImage");
 }
@@ -82,10 +82,11 @@ std::vector<std::string> differencesOf(const Tags& expected, const Tags& actual)
 class MetadataSurvival : public ::testing::Test {
  protected:
   void SetUp() override {
-    if (!std::filesystem::exists(test_support::samples())) GTEST_SKIP() << "no sample files";
-    if (!std::filesystem::exists(test_support::kMetadataJudge)) GTEST_SKIP() << "no judge";
-    for (const char* folder : {"other", "photos", "special"}) {
-      for (auto& [name, tags] : test_support::judgedFiles(test_support::samples() / folder)) {
+    if (!test_support::requireJudge(test_support::kMetadataJudge)) return;
+    std::vector<std::string> folders = {test_support::kMade};
+    if (test_support::hasSampleFolder()) folders.insert(folders.end(), {"other", "photos", "special"});
+    for (const std::string& folder : folders) {
+      for (auto& [name, tags] : test_support::judgedFiles(test_support::sampleFile(folder))) {
         std::erase_if(tags, [](const auto& tag) {
           return isOfTheForm(tag.first) || isOfTheStorage(tag.first) || isOfWhatIsNotCopied(tag.first);
         });
@@ -101,7 +102,7 @@ class MetadataSurvival : public ::testing::Test {
     std::map<std::string, std::filesystem::path> inputs;
     for (const auto& [file, tags] : before_) {
       const std::string name = test_support::testName(file.string()) + ".heic";
-      json wanted = test_support::writingRequest(test_support::kRewriteFromSource, test_support::samples() / file,
+      json wanted = test_support::writingRequest(test_support::kRewriteFromSource, test_support::sampleFile(file),
                                                  outputs_.path() / name);
       wanted["metadataPolicy"] = policy;
       test_support::ProcessOptions options;

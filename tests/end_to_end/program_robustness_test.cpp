@@ -114,8 +114,8 @@ TEST_F(InputWithoutPermission, IsNotFoundWhereTheFolderCannotBeSearched) {
 }
 
 TEST(Surroundings, OfTheProcessDoNotChangeAnAnswer) {
-  const std::vector<std::string> files = test_support::sampleFiles("special");
-  if (files.empty()) GTEST_SKIP() << "no sample files";
+  const std::vector<std::string> files = test_support::sampleFilesIn({test_support::kMade, "special"});
+  ASSERT_FALSE(files.empty());
   ProcessOptions options;
   const test_support::TemporaryDirectory empty;
   options.workingDirectory = empty.path();
@@ -125,7 +125,7 @@ TEST(Surroundings, OfTheProcessDoNotChangeAnAnswer) {
                          {"LANG", "C"},
                          {"TZ", "nonsense"}};
   for (const std::string& file : files) {
-    const json request = inspectRequest(test_support::samples() / "special" / file);
+    const json request = inspectRequest(test_support::sampleFile(file));
     json plain = ask(request);
     json changed = ask(request, options);
     plain.erase("elapsedMilliseconds");

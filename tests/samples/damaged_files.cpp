@@ -46,7 +46,7 @@ void addDamaged(Samples& samples) {
                        "no_primary_image|image_source_create_failed"});
   }
   for (const char* name : {"hevc-8-bit-420.heic", "hevc-10-bit-444.heic", "coding-wavefronts.heic",
-                           "coding-large-units.heic", "jpeg-item-444.heif", "png-rgb-8.png"}) {
+                           "coding-large-units.heic", "png-rgb-8.png"}) {
     samples.push_back({std::string("overwritten-") + name, overwritten(fileOf(samples, name)), {}, "no_primary_image"});
   }
   samples.push_back(

@@ -69,6 +69,7 @@ void addPhoneGrids(Samples& samples) {
   }
 }
 
+/// tests/end_to_end/stored_pixels_derived_test.cpp has the same places and colours.
 void addOverlays(Samples& samples) {
   const struct {
     const char* name;
@@ -92,20 +93,22 @@ void addOverlays(Samples& samples) {
 }
 
 void addIdentities(Samples& samples) {
+  const Bytes extent = test_support::ispe(kScene.width, kScene.height);
   HeifFile plain;
-  plain.scene().identity(plain.picture(sceneRaster({}), {srgb()}), {srgb()});
+  plain.scene().identity(plain.picture(sceneRaster({}), {srgb()}), {extent, srgb()});
   plain.scene().builder().items.front().hidden = true;
   samples.push_back({"identity.heic", plain.build()});
 
   HeifFile turned;
-  turned.scene().identity(turned.grid(tileOf({96, 64}), kScene, {srgb()}, {srgb()}), {srgb(), irot(1)});
+  turned.scene().identity(turned.grid(tileOf({96, 64}), kScene, {srgb()}, {srgb()}), {extent, srgb(), irot(1)});
   for (auto& item : turned.scene().builder().items) item.hidden = item.type != "iden";
   Facts facts;
   facts.orientation = 8;
   samples.push_back({"identity-of-grid-turned.heic", turned.build(), facts});
 
   HeifFile twice;
-  twice.scene().identity(twice.scene().identity(twice.picture(sceneRaster({}), {srgb()}), {srgb()}), {srgb()});
+  twice.scene().identity(twice.scene().identity(twice.picture(sceneRaster({}), {srgb()}), {extent, srgb()}),
+                         {extent, srgb()});
   for (auto& item : twice.scene().builder().items) item.hidden = item.id != 3;
   samples.push_back({"identity-of-identity.heic", twice.build()});
 }

@@ -60,6 +60,16 @@ bool CorpusRow::allows(const std::string& outcome) const {
   return std::find(outcomes.begin(), outcomes.end(), outcome) != outcomes.end();
 }
 
+bool CorpusRow::isHeif() const {
+  const std::string extension = std::filesystem::path(file).extension();
+  return extension == ".heic" || extension == ".heif" || extension == ".hif" || extension == ".avif";
+}
+
+bool CorpusRow::canBeDrawn() const {
+  const std::string space = colorSpaceName.value_or("");
+  return space.find("Gray") == std::string::npos && space.find("CMYK") == std::string::npos;
+}
+
 std::vector<CorpusRow> readCorpusTable() {
   std::vector<CorpusRow> rows = readTable(std::filesystem::path(QUELLOR_MADE_SAMPLES) / "made_expectations.txt");
   if (!hasSampleFolder()) return rows;

@@ -23,6 +23,9 @@ struct CorpusRow {
   std::optional<std::string> colorSpaceName;  // absent: not checked
 
   [[nodiscard]] bool allows(const std::string& outcome) const;
+  [[nodiscard]] bool isHeif() const;  // by its name
+  /// Whether the image has the three components that the raw file needs, by the name of its colour space.
+  [[nodiscard]] bool canBeDrawn() const;
 
   /// How GoogleTest names the row.
   friend void PrintTo(const CorpusRow& row, std::ostream* out) { *out << row.file; }

@@ -7,12 +7,13 @@
 
 #include <nlohmann/json.hpp>
 
+#include "tests/support/judges.h"
 #include "tests/support/process.h"
 
 /// What an independent metadata reader, exiftool, tells of files.
 namespace quellor::test_support {
 
-inline constexpr const char* kMetadataJudge = "/usr/bin/exiftool";
+inline constexpr const char* kMetadataJudge = "exiftool";
 
 using Tags = std::map<std::string, std::string>;  // by "group:tag", values as the judge writes them
 
@@ -23,7 +24,7 @@ inline std::map<std::string, Tags> judgedFiles(const std::filesystem::path& fold
   ProcessOptions options;
   options.arguments = {"-j", "-G1", "-a", "-u", "-n", "-b", "-struct", folder.string()};
   options.timeLimit = std::chrono::seconds(100);
-  const auto result = runProcess(kMetadataJudge, options);
+  const auto result = runProcess(judge(kMetadataJudge), options);
   std::map<std::string, Tags> files;
   for (const auto& file : nlohmann::json::parse(result.standardOutput)) {
     Tags& tags = files[std::filesystem::path(file.at("SourceFile").get<std::string>()).filename().string()];

@@ -13,6 +13,7 @@
 #include "platform/color/profile_builder.h"
 #include "platform/color/profile_reader.h"
 #include "tests/platform/color/icc_bytes.h"
+#include "tests/support/corpus.h"
 
 namespace quellor {
 namespace {
@@ -166,9 +167,9 @@ TEST(KnownSpaceOfAProfile, IsThatOfRealFiles) {
       {"photos/phone-depth-gainmap.heic", "Display P3", "kCGColorSpaceDisplayP3"},
       {"photos/phone-tmap-gainmap.heic", "DCI-P3 D65 Gamut with sRGB Transfer", "kCGColorSpaceDisplayP3"},
   };
-  if (!std::filesystem::is_directory(QUELLOR_SAMPLES)) GTEST_SKIP() << "no sample files";
+  if (!test_support::hasSampleFolder()) GTEST_SKIP() << "no sample folder";
   for (const Case& sample : cases) {
-    std::ifstream stream(std::filesystem::path(QUELLOR_SAMPLES) / sample.file, std::ios::binary);
+    std::ifstream stream(test_support::sampleFile(sample.file), std::ios::binary);
     const Bytes file((std::istreambuf_iterator<char>(stream)), {});
     const std::optional<Bytes> profile = icc::findProfile(file);
     ASSERT_TRUE(profile) << sample.file;

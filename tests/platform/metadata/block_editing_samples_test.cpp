@@ -15,6 +15,7 @@
 #include "platform/image_services.h"
 #include "platform/metadata/block_editing.h"
 #include "platform/metadata/exif_directories.h"
+#include "tests/support/corpus.h"
 #include "tests/support/metadata_judge.h"
 #include "tests/support/temporary_directory.h"
 
@@ -44,15 +45,14 @@ bool holds(const std::optional<Bytes>& block, ByteView run) {
 class BlockEditingOfSamples : public testing::Test {
  protected:
   void SetUp() override {
-    if (!fs::exists(QUELLOR_SAMPLES)) GTEST_SKIP() << "no samples";
-    if (!fs::exists(test_support::kMetadataJudge)) GTEST_SKIP() << "no judge";
+    if (!test_support::requireJudge(test_support::kMetadataJudge)) return;
     const SystemImageServices services;
-    for (const auto& file : fs::recursive_directory_iterator(QUELLOR_SAMPLES)) {
-      if (!file.is_regular_file()) continue;
-      const auto source = services.openSource(file.path().string());
+    for (const std::string& file :
+         test_support::sampleFilesIn({test_support::kMade, "photos", "special", "conformance", "fuzz", "other"})) {
+      const auto source = services.openSource(test_support::sampleFile(file).string());
       const auto properties = source ? source->propertiesAt(0) : std::nullopt;
       if (properties && properties->blocks()) {
-        photos_[file.path().filename().string()] = {*properties, *properties->blocks()};
+        photos_[fs::path(file).filename().string()] = {*properties, *properties->blocks()};
       }
     }
     ASSERT_GE(photos_.size(), 20U);
