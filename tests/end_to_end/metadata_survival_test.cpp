@@ -78,19 +78,31 @@ std::vector<std::string> differencesOf(const Tags& expected, const Tags& actual)
   return differences;
 }
 
+/// The made samples that are about metadata.
+std::vector<std::string> describedSamples() {
+  std::vector<std::string> files = test_support::sampleFilesIn({test_support::kMade});
+  std::erase_if(files, [](const std::string& file) {
+    return file.find("described") == std::string::npos && file.find("turned-by-exif") == std::string::npos;
+  });
+  return files;
+}
+
 /// The samples of which the judge finds tags that a HEIC file keeps.
 class MetadataSurvival : public ::testing::Test {
  protected:
   void SetUp() override {
     if (!test_support::requireJudge(test_support::kMetadataJudge)) return;
-    std::vector<std::string> folders = {test_support::kMade};
-    if (test_support::hasSampleFolder()) folders.insert(folders.end(), {"other", "photos", "special"});
-    for (const std::string& folder : folders) {
-      for (auto& [name, tags] : test_support::judgedFiles(test_support::sampleFile(folder))) {
+    for (const auto& files : {describedSamples(), test_support::sampleFilesIn({"other", "photos", "special"})}) {
+      if (files.empty()) continue;
+      std::vector<std::filesystem::path> paths;
+      for (const std::string& file : files) paths.push_back(test_support::sampleFile(file));
+      auto judged = test_support::judgedFiles(paths);
+      for (const std::string& file : files) {
+        Tags& tags = judged[std::filesystem::path(file).filename()];
         std::erase_if(tags, [](const auto& tag) {
           return isOfTheForm(tag.first) || isOfTheStorage(tag.first) || isOfWhatIsNotCopied(tag.first);
         });
-        if (!tags.empty()) before_[std::filesystem::path(folder) / name] = std::move(tags);
+        if (!tags.empty()) before_[file] = std::move(tags);
       }
     }
     ASSERT_GE(before_.size(), 20U);

@@ -4,6 +4,7 @@
 #include <map>
 #include <set>
 #include <string>
+#include <vector>
 
 #include <nlohmann/json.hpp>
 
@@ -19,10 +20,11 @@ using Tags = std::map<std::string, std::string>;  // by "group:tag", values as t
 
 inline std::string groupOf(const std::string& key) { return key.substr(0, key.find(':')); }
 
-/// What the judge tells of the files in a folder, by file name, but for what it says of files as such.
-inline std::map<std::string, Tags> judgedFiles(const std::filesystem::path& folder) {
+/// What the judge tells of files, and of those in folders, by file name, but for what it says of files as such.
+inline std::map<std::string, Tags> judgedFiles(const std::vector<std::filesystem::path>& paths) {
   ProcessOptions options;
-  options.arguments = {"-j", "-G1", "-a", "-u", "-n", "-b", "-struct", folder.string()};
+  options.arguments = {"-j", "-G1", "-a", "-u", "-n", "-b", "-struct"};
+  for (const auto& path : paths) options.arguments.push_back(path.string());
   options.timeLimit = std::chrono::seconds(100);
   const auto result = runProcess(judge(kMetadataJudge), options);
   std::map<std::string, Tags> files;
@@ -35,6 +37,10 @@ inline std::map<std::string, Tags> judgedFiles(const std::filesystem::path& fold
     }
   }
   return files;
+}
+
+inline std::map<std::string, Tags> judgedFiles(const std::filesystem::path& folder) {
+  return judgedFiles(std::vector<std::filesystem::path>{folder});
 }
 
 }  // namespace quellor::test_support
