@@ -70,7 +70,7 @@ INSTANTIATE_TEST_SUITE_P(Made, StoredPixelsOfAnOverlay,
 // middle 150 x 150 of that, and its own turning is not applied. The outermost samples are interpolated from colour
 // differences that the part has lost.
 TEST(StoredPixelsOfAnIdentity, AreThoseOfItsOriginalTransformed) {
-  if (!test_support::hasSampleFolder()) GTEST_SKIP() << "no sample folder";
+  if (!test_support::hasSampleFolder()) GTEST_SKIP() << "no sample folder: only made files are read";
   const auto path = test_support::sampleFile("conformance/C039.heic");
   const StoredPixels stored = test_support::exportPixels(path);
   ASSERT_TRUE(stored.written()) << stored.answer;

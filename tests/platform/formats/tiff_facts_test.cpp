@@ -187,7 +187,7 @@ TEST_F(TiffCodec, MakesAnExifBlockOfTheDescriptiveTags) {
 }
 
 TEST_F(TiffCodec, ReadsARealFile) {
-  if (!test_support::hasSampleFolder()) GTEST_SKIP() << "no sample folder";
+  if (!test_support::hasSampleFolder()) GTEST_SKIP() << "no sample folder: only made files are read";
   std::ifstream stream(test_support::sampleFile("other/tiff_Jobagent.tiff"), std::ios::binary);
   const Bytes file((std::istreambuf_iterator<char>(stream)), {});
   const auto facts = describe(file);
