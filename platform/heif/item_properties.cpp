@@ -75,13 +75,13 @@ struct Orientation {
 
 /// What each Exif orientation (Exif 2.32, tag 0x0112) does to the stored image to show it: entry i is value i + 1.
 constexpr std::array<Orientation, 8> kOrientations = {{{1, 0, 0, 1},
-                                                {-1, 0, 0, 1},
-                                                {-1, 0, 0, -1},
-                                                {1, 0, 0, -1},
-                                                {0, 1, 1, 0},
-                                                {0, -1, 1, 0},
-                                                {0, -1, -1, 0},
-                                                {0, 1, -1, 0}}};
+                                                       {-1, 0, 0, 1},
+                                                       {-1, 0, 0, -1},
+                                                       {1, 0, 0, -1},
+                                                       {0, 1, 1, 0},
+                                                       {0, -1, 1, 0},
+                                                       {0, -1, -1, 0},
+                                                       {0, 1, -1, 0}}};
 
 /// irot turns anticlockwise by quarters (23008-12, 6.5.10).
 Orientation rotation(ByteReader reader) {

@@ -67,7 +67,7 @@ TEST_P(Deep, IsRewrittenFromItsSource) {
   ASSERT_TRUE(image.written()) << image.answer();
   EXPECT_EQ(image.answer()["input"]["bitDepth"], GetParam().depth);
   EXPECT_EQ(image.answer()["output"]["bitDepth"], GetParam().writtenDepth);
-  if (!std::filesystem::exists(test_support::kPictureJudge)) GTEST_SKIP() << "no ImageMagick to judge";
+  if (!test_support::requireJudge(test_support::kPictureJudge)) return;
   const std::string pixels = test_support::shownPixels(image.path(), kWidth, kHeight);
   EXPECT_LT(test_support::differencesFrom(slopes, pixels, kWidth).color, 3);
 }

@@ -166,7 +166,7 @@ struct Source {
 class EncodedFormat : public ::testing::TestWithParam<Source> {
  protected:
   void SetUp() override {
-    if (!std::filesystem::exists(test_support::kPictureJudge)) GTEST_SKIP() << "no ImageMagick to judge";
+    if (!test_support::requireJudge(test_support::kPictureJudge)) return;
   }
 };
 

@@ -141,7 +141,7 @@ const std::vector<std::size_t> kEverySet = {0, 1, 2, 3, 4, 5, 6, 7};
 class EveryPolicy : public ::testing::TestWithParam<Writing> {
  protected:
   void SetUp() override {
-    if (!std::filesystem::exists(test_support::kMetadataJudge)) GTEST_SKIP() << "no judge";
+    if (!test_support::requireJudge(test_support::kMetadataJudge)) return;
   }
 
   /// The file that a policy gives, which must be the same whatever the flags are that do not count.

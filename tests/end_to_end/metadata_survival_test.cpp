@@ -28,9 +28,9 @@ using test_support::Tags;
 
 /// Groups that tell of the file's form and its samples, or of blocks that a HEIC file has no home for.
 bool isOfTheForm(const std::string& key) {
-  static const std::set<std::string> kGroups = {"QuickTime", "Meta",      "Track1", "Track2", "JFIF", "IPTC",
-                                                "MPF0",      "Photoshop", "Adobe",  "Ducky",  "FPXR", "APP14",
-                                                "SPIFF",     "IFD1",      "IFD2",   "SubIFD"};
+  static const std::set<std::string> kGroups = {"QuickTime", "Meta",   "Track1", "Track2",   "JFIF",  "IPTC",  "MPF0",
+                                                "Photoshop", "Adobe",  "Ducky",  "FPXR",     "APP14", "SPIFF", "IFD1",
+                                                "IFD2",      "SubIFD", "PNG",    "PNG-pHYs", "GIF",   "RIFF"};
   const std::string group = groupOf(key);
   return kGroups.contains(group) || group.starts_with("ICC") || group.starts_with("MPImage");
 }
@@ -78,18 +78,31 @@ std::vector<std::string> differencesOf(const Tags& expected, const Tags& actual)
   return differences;
 }
 
+/// The made samples that are about metadata.
+std::vector<std::string> describedSamples() {
+  std::vector<std::string> files = test_support::sampleFilesIn({test_support::kMade});
+  std::erase_if(files, [](const std::string& file) {
+    return file.find("described") == std::string::npos && file.find("turned-by-exif") == std::string::npos;
+  });
+  return files;
+}
+
 /// The samples of which the judge finds tags that a HEIC file keeps.
 class MetadataSurvival : public ::testing::Test {
  protected:
   void SetUp() override {
-    if (!std::filesystem::exists(test_support::samples())) GTEST_SKIP() << "no sample files";
-    if (!std::filesystem::exists(test_support::kMetadataJudge)) GTEST_SKIP() << "no judge";
-    for (const char* folder : {"other", "photos", "special"}) {
-      for (auto& [name, tags] : test_support::judgedFiles(test_support::samples() / folder)) {
+    if (!test_support::requireJudge(test_support::kMetadataJudge)) return;
+    for (const auto& files : {describedSamples(), test_support::sampleFilesIn({"other", "photos", "special"})}) {
+      if (files.empty()) continue;
+      std::vector<std::filesystem::path> paths;
+      for (const std::string& file : files) paths.push_back(test_support::sampleFile(file));
+      auto judged = test_support::judgedFiles(paths);
+      for (const std::string& file : files) {
+        Tags& tags = judged[std::filesystem::path(file).filename()];
         std::erase_if(tags, [](const auto& tag) {
           return isOfTheForm(tag.first) || isOfTheStorage(tag.first) || isOfWhatIsNotCopied(tag.first);
         });
-        if (!tags.empty()) before_[std::filesystem::path(folder) / name] = std::move(tags);
+        if (!tags.empty()) before_[file] = std::move(tags);
       }
     }
     ASSERT_GE(before_.size(), 20U);
@@ -101,7 +114,7 @@ class MetadataSurvival : public ::testing::Test {
     std::map<std::string, std::filesystem::path> inputs;
     for (const auto& [file, tags] : before_) {
       const std::string name = test_support::testName(file.string()) + ".heic";
-      json wanted = test_support::writingRequest(test_support::kRewriteFromSource, test_support::samples() / file,
+      json wanted = test_support::writingRequest(test_support::kRewriteFromSource, test_support::sampleFile(file),
                                                  outputs_.path() / name);
       wanted["metadataPolicy"] = policy;
       test_support::ProcessOptions options;

@@ -7,6 +7,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "tests/support/judges.h"
 #include "tests/support/program.h"
 #include "tests/support/request.h"
 #include "tests/support/temporary_directory.h"
@@ -44,7 +45,7 @@ json writing(const std::string& operation, const TemporaryDirectory& folder, con
 std::string tagsOf(const std::filesystem::path& file) {
   test_support::ProcessOptions options;
   options.arguments = {"-a", "-G1", "-s", "-n", file.string()};
-  const auto run = test_support::runProcess("/usr/bin/exiftool", options);
+  const auto run = test_support::runProcess(test_support::judge("exiftool"), options);
   EXPECT_EQ(run.exitStatus, 0);
   return run.standardOutput;
 }
@@ -66,7 +67,7 @@ TEST_P(Writer, KeepsSizeOrientationColorsAndMetadata) {
 }
 
 TEST_P(Writer, RemovesWhatThePolicyAsksForFromExifAndXmpAlike) {
-  if (!std::filesystem::exists("/usr/bin/exiftool")) GTEST_SKIP() << "no exiftool to judge";
+  if (!test_support::requireJudge("exiftool")) return;
   const TemporaryDirectory folder;
   json wanted = writing(GetParam(), folder, "out.heic");
   wanted["metadataPolicy"] = {{"removeGPS", true}, {"removeMakerMetadata", true}};

@@ -51,7 +51,7 @@ void expectAnswerToCut(const json& response, std::uint64_t size, const HeifLayou
 
 class TruncatedPhoto : public ::testing::TestWithParam<std::string> {
  protected:
-  [[nodiscard]] static std::filesystem::path photo() { return test_support::samples() / "photos" / GetParam(); }
+  [[nodiscard]] static std::filesystem::path photo() { return test_support::sampleFile(GetParam()); }
 };
 
 TEST_P(TruncatedPhoto, IsRefusedWhereverItsPrimaryImageIsCut) {
@@ -83,9 +83,17 @@ TEST_P(TruncatedPhoto, IsRefusedWhenOnlyItsLastNeededByteIsMissing) {
   expectAnswerToCut(response, size, *layout, json());
 }
 
-// Where the sample files are absent there is nothing to cut.
+INSTANTIATE_TEST_SUITE_P(Made, TruncatedPhoto,
+                         ::testing::Values("made/hevc-8-bit-420.heic", "made/coding-wavefronts-in-4-slices.heic",
+                                           "made/grid-4x6.heic", "made/described-grid.heic",
+                                           "made/grid-with-depth-gain-map-thumbnail.heic", "made/overlay-inside.heic",
+                                           "made/identity-of-grid-turned.heic", "made/three-pictures.heic",
+                                           "made/av1-8-bit-420.avif", "made/library-described-thumbnail.heic"),
+                         [](const auto& tested) { return test_support::testName(tested.param); });
+
+// Where the sample folder is absent there is nothing more to cut.
 GTEST_ALLOW_UNINSTANTIATED_PARAMETERIZED_TEST(TruncatedPhoto);
-INSTANTIATE_TEST_SUITE_P(Photos, TruncatedPhoto, ::testing::ValuesIn(test_support::sampleFiles("photos")),
+INSTANTIATE_TEST_SUITE_P(Photos, TruncatedPhoto, ::testing::ValuesIn(test_support::sampleFilesIn({"photos"})),
                          [](const auto& tested) { return test_support::testName(tested.param); });
 
 }  // namespace

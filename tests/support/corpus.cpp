@@ -37,15 +37,9 @@ void readFacts(std::istringstream& columns, CorpusRow& row) {
   if (color != "*") row.colorSpaceName = color;
 }
 
-}  // namespace
-
-bool CorpusRow::allows(const std::string& outcome) const {
-  return std::find(outcomes.begin(), outcomes.end(), outcome) != outcomes.end();
-}
-
-std::vector<CorpusRow> readCorpusTable() {
-  std::ifstream stream(QUELLOR_CORPUS_TABLE);
-  if (!stream) throw std::runtime_error("cannot read " QUELLOR_CORPUS_TABLE);
+std::vector<CorpusRow> readTable(const std::filesystem::path& path) {
+  std::ifstream stream(path);
+  if (!stream) throw std::runtime_error("cannot read " + path.string());
   std::vector<CorpusRow> rows;
   for (std::string line; std::getline(stream, line);) {
     if (line.empty() || line.front() == '#') continue;
@@ -60,13 +54,51 @@ std::vector<CorpusRow> readCorpusTable() {
   return rows;
 }
 
+}  // namespace
+
+bool CorpusRow::allows(const std::string& outcome) const {
+  return std::find(outcomes.begin(), outcomes.end(), outcome) != outcomes.end();
+}
+
+bool CorpusRow::isHeif() const {
+  const std::string extension = std::filesystem::path(file).extension();
+  return extension == ".heic" || extension == ".heif" || extension == ".hif" || extension == ".avif";
+}
+
+bool CorpusRow::canBeDrawn() const {
+  const std::string space = colorSpaceName.value_or("");
+  return space.find("Gray") == std::string::npos && space.find("CMYK") == std::string::npos;
+}
+
+std::vector<CorpusRow> readCorpusTable() {
+  std::vector<CorpusRow> rows = readTable(std::filesystem::path(QUELLOR_MADE_SAMPLES) / "made_expectations.txt");
+  if (!hasSampleFolder()) return rows;
+  for (const CorpusRow& row : readTable(QUELLOR_CORPUS_TABLE)) rows.push_back(row);
+  return rows;
+}
+
+bool hasSampleFolder() { return std::filesystem::is_directory(QUELLOR_SAMPLES); }
+
+std::filesystem::path sampleFile(const std::string& file) {
+  const bool made = file.starts_with(std::string(kMade) + "/") || file == kMade;
+  return std::filesystem::path(made ? QUELLOR_MADE_SAMPLES : QUELLOR_SAMPLES) / file;
+}
+
 std::vector<std::string> sampleFiles(const std::string& folder) {
   std::vector<std::string> files;
   std::error_code absent;
-  for (const auto& entry : std::filesystem::directory_iterator(samples() / folder, absent)) {
+  for (const auto& entry : std::filesystem::directory_iterator(sampleFile(folder), absent)) {
     if (entry.is_regular_file()) files.push_back(entry.path().filename().string());
   }
   std::sort(files.begin(), files.end());
+  return files;
+}
+
+std::vector<std::string> sampleFilesIn(const std::vector<std::string>& folders) {
+  std::vector<std::string> files;
+  for (const std::string& folder : folders) {
+    for (const std::string& name : sampleFiles(folder)) files.push_back(folder + "/" + name);
+  }
   return files;
 }
 

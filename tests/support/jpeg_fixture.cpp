@@ -36,6 +36,11 @@ std::uint8_t patternAt(std::uint32_t x, std::uint32_t y, std::uint32_t component
   return static_cast<std::uint8_t>(40 + (x * (7 + component) + y * 5 + component * 50) % 170);
 }
 
+std::uint8_t sampleOf(const JpegSpec& spec, std::uint32_t x, std::uint32_t y, std::uint32_t component) {
+  if (spec.flat) return (*spec.flat)[component];
+  return spec.sample ? spec.sample(x, y, component) : patternAt(x, y, component);
+}
+
 std::vector<jpeg_scan_info> scriptOf(const std::vector<JpegScan>& scans) {
   std::vector<jpeg_scan_info> script;
   for (const JpegScan& scan : scans) {
@@ -97,7 +102,7 @@ Bytes encodeJpeg(const JpegSpec& spec) {
   for (std::uint32_t y = 0; y < spec.height; ++y) {
     for (std::uint32_t x = 0; x < spec.width; ++x) {
       for (std::uint32_t c = 0; c < components; ++c) {
-        row[x * components + c] = spec.flat ? (*spec.flat)[c] : patternAt(x, y, c);
+        row[x * components + c] = sampleOf(spec, x, y, c);
       }
     }
     JSAMPROW pointer = row.data();

@@ -1,6 +1,7 @@
 #pragma once
 #include <array>
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -30,6 +31,8 @@ struct JpegSpec {
   bool arithmetic = false;
   std::vector<JpegScan> scans;                      // one's own script instead of the usual one
   std::optional<std::array<std::uint8_t, 4>> flat;  // one colour (before any conversion) instead of a pattern
+  /// Any picture instead of the pattern: the sample of a component before any conversion.
+  std::function<std::uint8_t(std::uint32_t x, std::uint32_t y, std::uint32_t component)> sample;
   int densityUnit = 0;
   std::uint16_t xDensity = 1;
   std::uint16_t yDensity = 1;

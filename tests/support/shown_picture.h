@@ -8,13 +8,14 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/support/judges.h"
 #include "tests/support/process.h"
 #include "tests/support/temporary_directory.h"
 
 /// What other programs show of a HEIC file: those that come with the HEIF library, and ImageMagick.
 namespace quellor::test_support {
 
-inline constexpr const char* kPictureJudge = "/usr/bin/convert";
+inline constexpr const char* kPictureJudge = "convert";
 
 using Pixel = std::array<int, 4>;  // red, green, blue, alpha
 /// The picture that a test begins with, by column and row.
@@ -24,7 +25,7 @@ using Picture = Pixel (*)(std::uint32_t x, std::uint32_t y);
 inline std::string alphaTold(const std::filesystem::path& file) {
   ProcessOptions options;
   options.arguments = {file.string()};
-  const std::string told = runProcess("/usr/bin/heif-info", options).standardOutput;
+  const std::string told = runProcess(judge("heif-info"), options).standardOutput;
   const std::string label = "alpha channel: ";
   const std::size_t start = told.find(label);
   if (start == std::string::npos) return "nothing";
@@ -40,9 +41,9 @@ inline std::string shownPixels(const std::filesystem::path& file, std::uint32_t 
   const std::string png = (folder.path() / "shown.png").string();
   ProcessOptions options;
   options.arguments = {"--png-compression-level", "0", file.string(), png};
-  EXPECT_EQ(runProcess("/usr/bin/heif-dec", options).exitStatus, 0);
+  EXPECT_EQ(runProcess(judge("heif-dec"), options).exitStatus, 0);
   options.arguments = {png, "-depth", "8", "-format", "%wx%h\n", "-write", "info:-", "rgba:-"};
-  const auto run = runProcess(kPictureJudge, options);
+  const auto run = runProcess(judge(kPictureJudge), options);
   EXPECT_EQ(run.exitStatus, 0) << run.standardError;
   const std::size_t line = run.standardOutput.find('\n');
   const std::string size = run.standardOutput.substr(0, line);

@@ -13,6 +13,7 @@
 #include "platform/color/profile_builder.h"
 #include "platform/color/profile_reader.h"
 #include "tests/platform/color/icc_bytes.h"
+#include "tests/support/corpus.h"
 
 namespace quellor {
 namespace {
@@ -152,12 +153,16 @@ TEST(KnownSpaceOfAProfile, OfGreyFollowsFromItsCurve) {
   }
 }
 
-TEST(KnownSpaceOfAProfile, IsThatOfRealFiles) {
+TEST(KnownSpaceOfAProfile, IsThatOfFiles) {
   struct Case {
     std::string file, description;  // as exiftool reads it
     Name expected;
   };
-  const std::vector<Case> cases{
+  std::vector<Case> cases{{"made/profile-display-p3.heic", "Display P3", "kCGColorSpaceDisplayP3"},
+                          {"made/profile-adobe-rgb.heic", "Adobe RGB (1998)", "kCGColorSpaceAdobeRGB1998"},
+                          {"made/jpeg-own-space.jpg", "Camera RGB of this roll", std::nullopt},
+                          {"made/tiff-adobe-rgb.tiff", "Adobe RGB (1998)", "kCGColorSpaceAdobeRGB1998"}};
+  const std::vector<Case> ofTheFolder{
       {"other/jpg_Canon_40D.jpg", "sRGB IEC61966-2.1", "kCGColorSpaceSRGB"},
       {"other/jpg_xmp_BlueSquare.jpg", "sRGB IEC61966-2.1", "kCGColorSpaceSRGB"},
       {"other/jpg_orientation_landscape_3.jpg", "Generic RGB Profile", std::nullopt},
@@ -166,9 +171,9 @@ TEST(KnownSpaceOfAProfile, IsThatOfRealFiles) {
       {"photos/phone-depth-gainmap.heic", "Display P3", "kCGColorSpaceDisplayP3"},
       {"photos/phone-tmap-gainmap.heic", "DCI-P3 D65 Gamut with sRGB Transfer", "kCGColorSpaceDisplayP3"},
   };
-  if (!std::filesystem::is_directory(QUELLOR_SAMPLES)) GTEST_SKIP() << "no sample files";
+  if (test_support::hasSampleFolder()) cases.insert(cases.end(), ofTheFolder.begin(), ofTheFolder.end());
   for (const Case& sample : cases) {
-    std::ifstream stream(std::filesystem::path(QUELLOR_SAMPLES) / sample.file, std::ios::binary);
+    std::ifstream stream(test_support::sampleFile(sample.file), std::ios::binary);
     const Bytes file((std::istreambuf_iterator<char>(stream)), {});
     const std::optional<Bytes> profile = icc::findProfile(file);
     ASSERT_TRUE(profile) << sample.file;

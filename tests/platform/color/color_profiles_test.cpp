@@ -13,6 +13,7 @@
 #include "platform/color/profile_builder.h"
 #include "platform/color/profile_reader.h"
 #include "tests/platform/color/icc_bytes.h"
+#include "tests/support/judges.h"
 #include "tests/support/temporary_directory.h"
 
 namespace quellor {
@@ -240,8 +241,8 @@ TEST_P(AnyBuiltProfile, HasTheTagsThatTheStandardRequires) {
 TEST_P(AnyBuiltProfile, HasItsDigestAsProfileId) {
   Bytes cleared = profile;
   for (std::size_t i = 84; i < 100; ++i) cleared[i] = 0;
+  if (!test_support::requireJudge("md5sum")) return;
   const std::string expected = digest("md5sum", cleared);
-  if (expected.empty()) GTEST_SKIP() << "md5sum is not installed";
   std::string id;
   for (std::size_t i = 84; i < 100; ++i) {
     std::array<char, 3> digits{};
@@ -253,8 +254,8 @@ TEST_P(AnyBuiltProfile, HasItsDigestAsProfileId) {
 
 TEST_P(AnyBuiltProfile, HasTheBytesThatItAlwaysHad) {
   EXPECT_EQ(buildProfile(GetParam().name), profile);
+  if (!test_support::requireJudge("sha256sum")) return;
   const std::string actual = digest("sha256sum", profile);
-  if (actual.empty()) GTEST_SKIP() << "sha256sum is not installed";
   EXPECT_EQ(actual, GetParam().sha256);
 }
 

@@ -1,4 +1,5 @@
 #pragma once
+#include <array>
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
@@ -17,8 +18,9 @@ inline void append(Bytes& bytes, std::string_view text) { bytes.insert(bytes.end
 inline void append(Bytes& bytes, const Bytes& more) { bytes.insert(bytes.end(), more.begin(), more.end()); }
 
 inline void append16(Bytes& bytes, std::uint32_t value) {
-  bytes.push_back(static_cast<std::uint8_t>(value >> 8));
-  bytes.push_back(static_cast<std::uint8_t>(value));
+  // Two calls of push_back() are more than GCC 12 follows: it warns of writing beyond a vector of known size.
+  const std::array<std::uint8_t, 2> digits = {static_cast<std::uint8_t>(value >> 8), static_cast<std::uint8_t>(value)};
+  bytes.insert(bytes.end(), digits.begin(), digits.end());
 }
 
 inline void append32(Bytes& bytes, std::uint32_t value) {

@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/platform/formats/tiff_format_fixture.h"
+#include "tests/support/corpus.h"
 
 namespace quellor {
 namespace {
@@ -186,8 +187,8 @@ TEST_F(TiffFormat, MakesAnExifBlockOfTheDescriptiveTags) {
 }
 
 TEST_F(TiffFormat, ReadsARealFile) {
-  std::ifstream stream(std::string(QUELLOR_SAMPLES) + "/other/tiff_Jobagent.tiff", std::ios::binary);
-  if (!stream) GTEST_SKIP() << "no samples";
+  if (!test_support::hasSampleFolder()) GTEST_SKIP() << "no sample folder: only made files are read";
+  std::ifstream stream(test_support::sampleFile("other/tiff_Jobagent.tiff"), std::ios::binary);
   const Bytes file((std::istreambuf_iterator<char>(stream)), {});
   const auto facts = describe(file);
   ASSERT_TRUE(facts);

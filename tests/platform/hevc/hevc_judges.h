@@ -7,7 +7,7 @@
 #include "platform/formats/hevc_configuration.h"
 #include "platform/formats/hevc_modules.h"
 #include "platform/hevc/hevc.h"
-#include "tests/support/codec_samples.h"
+#include "tests/support/format_samples.h"
 #include "tests/support/heif_judge.h"
 #include "tests/support/heif_output.h"
 #include "tests/support/heif_scene.h"

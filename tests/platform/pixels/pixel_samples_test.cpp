@@ -5,12 +5,14 @@
 #include <iterator>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include <gtest/gtest.h>
 #include <libheif/heif.h>
 
 #include "platform/pixels/rgbx_drawing.h"
 #include "platform/values/bytes.h"
+#include "tests/support/corpus.h"
 #include "tests/support/format_samples.h"
 
 namespace quellor {
@@ -85,8 +87,7 @@ struct Sample {
 class PixelSamples : public testing::TestWithParam<Sample> {};
 
 TEST_P(PixelSamples, AreDrawnAsTheHeifLibraryDrawsThem) {
-  const std::string path = std::string(QUELLOR_SAMPLES) + "/" + GetParam().file;
-  if (!std::filesystem::exists(path)) GTEST_SKIP() << path;
+  const std::string path = test_support::sampleFile(GetParam().file).string();
   auto raster = decodeSample(path);
   ASSERT_TRUE(raster);
   raster->chromaSiting = ChromaSiting::centre;
@@ -97,20 +98,34 @@ TEST_P(PixelSamples, AreDrawnAsTheHeifLibraryDrawsThem) {
   EXPECT_LE(largestDifference(pixels, *raster, judge), GetParam().tolerance);
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Heif, PixelSamples,
-    testing::Values(Sample{"special/other_RGB_8_chroma444.heif", 1}, Sample{"special/other_empty_icc.heic", 1},
-                    Sample{"special/RGB_8__29x100.heif", 1}, Sample{"special/RGB_10__29x100.heif", 3},
-                    Sample{"special/RGB_12__128x128.heif", 3}, Sample{"special/single.heic", 2},
-                    Sample{"conformance/C001.heic", 2}, Sample{"conformance/C013.heic", 2},
-                    Sample{"photos/phone-small.heic", 1}, Sample{"photos/phone-grid-12mp.heic", 1},
-                    Sample{"photos/headset-spatial-pair.heic", 1}, Sample{"photos/camera-10bit-422.hif", 3}),
-    [](const auto& parameter) {
-      std::string name = std::filesystem::path(parameter.param.file).stem();
-      std::replace_if(
-          name.begin(), name.end(), [](char c) { return !std::isalnum(static_cast<unsigned char>(c)); }, '_');
-      return name;
-    });
+std::vector<Sample> samples() {
+  std::vector<Sample> all = {
+      {"made/hevc-8-bit-420.heic", 1},    {"made/hevc-8-bit-422.heic", 1},    {"made/hevc-8-bit-444.heic", 1},
+      {"made/hevc-10-bit-420.heic", 3},   {"made/hevc-12-bit-444.heic", 3},   {"made/nclx-bt709-limited.heic", 2},
+      {"made/grid-clipped-both.heic", 1}, {"made/coding-wavefronts.heic", 1}, {"made/coding-lossless.heic", 1}};
+  if (!test_support::hasSampleFolder()) return all;
+  const Sample others[] = {Sample{"special/other_RGB_8_chroma444.heif", 1},
+                           Sample{"special/other_empty_icc.heic", 1},
+                           Sample{"special/RGB_8__29x100.heif", 1},
+                           Sample{"special/RGB_10__29x100.heif", 3},
+                           Sample{"special/RGB_12__128x128.heif", 3},
+                           Sample{"special/single.heic", 2},
+                           Sample{"conformance/C001.heic", 2},
+                           Sample{"conformance/C013.heic", 2},
+                           Sample{"photos/phone-small.heic", 1},
+                           Sample{"photos/phone-grid-12mp.heic", 1},
+                           Sample{"photos/headset-spatial-pair.heic", 1},
+                           Sample{"photos/camera-10bit-422.hif", 3}};
+  all.insert(all.end(), std::begin(others), std::end(others));
+  return all;
+}
+
+INSTANTIATE_TEST_SUITE_P(Heif, PixelSamples, testing::ValuesIn(samples()), [](const auto& parameter) {
+  std::string name = std::filesystem::path(parameter.param.file).stem();
+  std::replace_if(
+      name.begin(), name.end(), [](char c) { return !std::isalnum(static_cast<unsigned char>(c)); }, '_');
+  return name;
+});
 
 }  // namespace
 }  // namespace quellor
