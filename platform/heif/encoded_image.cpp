@@ -70,6 +70,7 @@ class FileBuilder {
 
   OutputFile build() {
     const bool cropped = image_.size.width != image_.codedSize.width || image_.size.height != image_.codedSize.height;
+    add(image_.tiles.front().configuration, true);
     const auto coding = add(codePoints(image_.coding), false);
     size_ = add(spatialExtentsOf(image_.codedSize), false);
     if (isGrid()) tileSize_ = add(spatialExtentsOf(image_.tileSize), false);
@@ -87,6 +88,7 @@ class FileBuilder {
  private:
   [[nodiscard]] bool isGrid() const { return image_.columns * image_.rows > 1; }
 
+  /// A property that is there already is not added again.
   OutputAssociation add(Bytes box, bool essential) {
     const auto same = std::find(file_.properties.begin(), file_.properties.end(), box);
     const auto index = static_cast<std::size_t>(same - file_.properties.begin());
@@ -129,6 +131,7 @@ class FileBuilder {
   }
 
   void addAlpha(OutputAssociation depthsOfImage) {
+    add(image_.alpha->front().configuration, true);
     const auto depths = image_.grey ? depthsOfImage : add(channelDepths(1, image_.bitsPerComponent), false);
     addImage(kAlpha, std::move(*image_.alpha), depths, {add(auxiliaryType(), true)});
     file_.references.push_back({fourCC("auxl"), kAlpha, {kImage}});
