@@ -16,8 +16,9 @@ bool isSet(const std::optional<MetadataPolicy>& policy, std::optional<bool> Meta
 
 void removeKeysContaining(std::string_view part, PropertyDictionary& properties) {
   std::vector<std::string> keys;
-  for (const auto& [key, value] : properties.entries())
+  for (const auto& [key, value] : properties.entries()) {
     if (containsIgnoringCase(key, part)) keys.push_back(key);
+  }
   for (const std::string& key : keys) properties.remove(key);
 }
 

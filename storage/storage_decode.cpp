@@ -16,8 +16,9 @@ constexpr std::array<std::string_view, 8> kAlphaInfoLabels = {
 /// Gives the fourth bytes that the drawing left at 0 a value that reads as opaque.
 void makeFourthBytesOpaque(std::span<std::uint8_t> pixels) {
   constexpr auto kStep = static_cast<std::size_t>(storageBytesPerPixel);
-  for (std::size_t i = kStep - 1; i < pixels.size(); i += kStep)
+  for (std::size_t i = kStep - 1; i < pixels.size(); i += kStep) {
     if (pixels[i] == 0) pixels[i] = 255;
+  }
 }
 
 PixelBuffer drawnPixels(const ImageServices& images, const Image& image, const ColorSpace& space) {

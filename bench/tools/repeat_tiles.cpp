@@ -104,10 +104,11 @@ class TileRepeater {
     OutputItem primary = *grid;
     const Grid source = arrangementOf(primary);
     const std::vector<OutputItem> tiles = tilesOf(source);
-    for (const Bytes& property : file_.properties)
+    for (const Bytes& property : file_.properties) {
       if (typeOf(property) == kDecoderConfiguration && !hasLongLengths(property)) {
         throw std::runtime_error("the units' lengths are not of 4 bytes");
       }
+    }
     resize(primary);
     file_.items = {std::move(primary)};
     repeat(tiles, source);

@@ -52,6 +52,7 @@ class RecordReader {
   }
   RecordReader(const RecordReader&) = delete;
   RecordReader& operator=(const RecordReader&) = delete;
+  ~RecordReader() = default;
 
   [[nodiscard]] bool isOpen() const { return gif_ != nullptr; }
 
@@ -223,11 +224,13 @@ Outcome<Raster> formats::decodeGif(ByteView file) {
   const auto left = static_cast<std::size_t>(gif.Image.Left);
   for (const Pass& pass : passesOf(gif)) {
     for (int row = pass.firstRow; row < gif.Image.Height; row += pass.step) {
-      if (DGifGetLine(&gif, indexes.data(), gif.Image.Width) != GIF_OK)
+      if (DGifGetLine(&gif, indexes.data(), gif.Image.Width) != GIF_OK) {
         return Refusal{"a row of the first frame does not decode"};
-      const auto y = static_cast<std::size_t>(gif.Image.Top + row);
-      if (!paintRow(reader, indexes, memory.get() + y * stride + left * pixelBytes, pixelBytes))
+      }
+      const std::size_t y = static_cast<std::size_t>(gif.Image.Top) + static_cast<std::size_t>(row);
+      if (!paintRow(reader, indexes, memory.get() + y * stride + left * pixelBytes, pixelBytes)) {
         return Refusal{"a pixel has no color in the color map"};
+      }
     }
   }
 

@@ -129,8 +129,9 @@ Outcome<DecodedImage> decodeGrid(const ItemDecoder& decoder, const heif::Item& i
   const auto data = heif::itemData(container, item, kMaximumDataBytes);
   const auto grid = data ? heif::readImageGrid(*data) : std::nullopt;
   const auto tiles = container.referencesFrom(item.id, fourCC("dimg"));
-  if (!grid || tiles.size() != std::size_t{grid->columns} * grid->rows)
+  if (!grid || tiles.size() != std::size_t{grid->columns} * grid->rows) {
     return Refusal{"the description of a grid is broken"};
+  }
 
   Mosaic mosaic(*grid, hasAlpha(container, item));
   const unsigned workers = std::min<unsigned>(threads, static_cast<unsigned>(tiles.size()));

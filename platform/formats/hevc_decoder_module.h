@@ -42,9 +42,10 @@ struct HevcDecoder {
   /// libavcodec reports or marks any error, when a part of the picture was not decoded, when there is not exactly one
   /// picture, when it is too large or of a form that HevcPicture has no words for, and where memory runs out. Damage
   /// that leaves the arithmetic code decodable goes unnoticed (platform/hevc/verify.h).
-  bool (*decode)(const std::uint8_t* stream, std::size_t size, HevcDecodingMeans means, HevcPicture* picture) noexcept;
+  bool (*decode)(const std::uint8_t* stream, std::size_t size, HevcDecodingMeans means,
+                 HevcPicture* picture) noexcept = nullptr;
 
-  void (*release)(void* frame) noexcept;
+  void (*release)(void* frame) noexcept = nullptr;
 };
 
 inline constexpr std::uint32_t kHevcDecoderVersion = 1;

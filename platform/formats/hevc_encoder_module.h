@@ -37,7 +37,7 @@ struct HevcEncoder {
   /// Encodes one picture: hands its parameter sets and slices to `take` in their order, nothing else. False when x265
   /// refuses an option or fails, or when `take` is false. x265 waits for ever for a thread that it cannot start: the
   /// caller sees to it that there are enough.
-  bool (*encode)(const HevcEncoderJob* job, TakeHevcUnit take, void* receiver) noexcept;
+  bool (*encode)(const HevcEncoderJob* job, TakeHevcUnit take, void* receiver) noexcept = nullptr;
 };
 
 inline constexpr std::uint32_t kHevcEncoderVersion = 1;

@@ -126,8 +126,9 @@ Outcome<Raster> decodePng(ByteView file) {
   const Layout layout = layoutOf(session);
   const auto memory = allocateSamples(layout.total);
   if (!readRows(session, layout, memory.get())) return Refusal{"the image data is damaged or not complete"};
-  if (layout.palette && !expandPalette(session, layout, memory.get()))
+  if (layout.palette && !expandPalette(session, layout, memory.get())) {
     return Refusal{"a pixel has no color in the palette"};
+  }
 
   raster.bitsPerComponent = static_cast<int>(layout.bytesPerSample * 8);
   raster.model = layout.grey ? SampleModel::grey : SampleModel::rgb;

@@ -187,8 +187,9 @@ std::optional<Refusal> previewRefusal(DirectoryReader& reader, const TiffDirecto
     const auto below = reader.read(*offset);
     if (!below) return Refusal{"a subdirectory is broken"};
     if (holdsSensorData(file, *below)) return kSensorData;
-    if (!isReducedCopyOf(file, *below, directory))
+    if (!isReducedCopyOf(file, *below, directory)) {
       return Refusal{"a subdirectory holds no smaller copy of its picture"};
+    }
     if (!pending.addSubdirectoriesOf(file, *below)) return kBrokenPointer;
     if (below->nextOffset != 0 && !pending.add(below->nextOffset)) return kBrokenPointer;
   }

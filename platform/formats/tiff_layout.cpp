@@ -97,8 +97,9 @@ bool isConvertible(std::uint16_t photometric, const Layout& layout) {
 
 Outcome<Decoding> decodingOf(const TiffFile& file, std::optional<std::uint16_t> photometric, const Layout& layout) {
   const auto format = file.fieldOrDefault<std::uint16_t>(TIFFTAG_SAMPLEFORMAT);
-  if (format != SAMPLEFORMAT_UINT && format != SAMPLEFORMAT_VOID)
+  if (format != SAMPLEFORMAT_UINT && format != SAMPLEFORMAT_VOID) {
     return Refusal{"samples that are signed or no integers"};
+  }
   if (!photometric) return Refusal{"no color model"};
   if (!isTrusted(file.fieldOrDefault<std::uint16_t>(TIFFTAG_COMPRESSION))) {
     return Refusal{"a compression that is not decoded"};

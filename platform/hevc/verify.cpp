@@ -61,7 +61,8 @@ class Verifier {
 
  private:
   Judgement verifySegment(const NalUnit& unit);
-  Judgement findParameterSets(const ParameterSets::Active& active);
+  [[nodiscard]] Judgement missingParameterSets() const;
+  Judgement follow(const ParameterSets::Active& active);
 
   ParameterSets sets_;
   ParameterSets::Active active_;
@@ -69,12 +70,13 @@ class Verifier {
   SliceHeader header_;
 };
 
+Judgement Verifier::missingParameterSets() const {
+  if (sets_.lacksSome()) return {Verdict::unknown, "a parameter set is not understood"};
+  return {Verdict::damaged, "a slice segment asks for a parameter set that is not there"};
+}
+
 /// Starts the picture with the sets of its first segment.
-Judgement Verifier::findParameterSets(const ParameterSets::Active& active) {
-  if (active.sps == nullptr) {
-    if (sets_.lacksSome()) return {Verdict::unknown, "a parameter set is not understood"};
-    return {Verdict::damaged, "a slice segment asks for a parameter set that is not there"};
-  }
+Judgement Verifier::follow(const ParameterSets::Active& active) {
   for (const char* const tool : {active.sps->notFollowed, active.pps->notFollowed}) {
     if (tool != nullptr) return {Verdict::unknown, tool};
   }
@@ -91,7 +93,8 @@ Judgement Verifier::findParameterSets(const ParameterSets::Active& active) {
 Judgement Verifier::verifySegment(const NalUnit& unit) {
   const RawPayload raw = removeEmulationPrevention(unit.payload);
   const auto active = sets_.activeFor(raw, unit.type);
-  const Judgement sets = findParameterSets(active);
+  if (active.sps == nullptr || active.pps == nullptr) return missingParameterSets();
+  const Judgement sets = follow(active);
   if (sets.verdict != Verdict::intact) return sets;
   const Judgement header = parseSliceHeader(raw.bytes, unit.type, *active.sps, *active.pps, header_);
   if (header.verdict != Verdict::intact) return header;
