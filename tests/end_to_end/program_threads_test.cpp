@@ -58,6 +58,8 @@ class FewThreads : public ::testing::TestWithParam<const char*> {
   [[nodiscard]] json answerWith(unsigned limit, const std::filesystem::path& input) const {
     test_support::ProcessOptions options;
     options.threadLimit = limit;
+    // Looking for leaks takes a thread of its own; without the sanitizers nobody reads this.
+    options.environment["ASAN_OPTIONS"] = "detect_leaks=0";
     const auto run =
         test_support::runWithRequest(test_support::writingRequest(GetParam(), input, outputs_.path() / "out"), options);
     EXPECT_FALSE(run.timedOut) << "with " << limit << " threads";
@@ -83,6 +85,8 @@ class FewThreads : public ::testing::TestWithParam<const char*> {
   [[nodiscard]] bool runsHere() const {
     test_support::ProcessOptions options;
     options.threadLimit = 1;
+    // Looking for leaks takes a thread of its own; without the sanitizers nobody reads this.
+    options.environment["ASAN_OPTIONS"] = "detect_leaks=0";
     return test_support::runWithRequest(test_support::inspectRequest("/"), options).exitStatus == 1;
   }
 
