@@ -19,7 +19,7 @@ struct EncoderSettings {
 /// What a picture is coded for.
 enum class PictureRole : std::uint8_t { image, alpha };
 
-/// The settings for a raster as PixelEngine::forEncoding() gives it, at a quality from 0.0 to 1.0, and for the alpha
+/// The settings for a raster as pixels::encodingForm() gives it, at a quality from 0.0 to 1.0, and for the alpha
 /// that belongs to it. What led to them is measured in docs/performance.md.
 [[nodiscard]] EncoderSettings encoderSettingsFor(const Raster& raster, double quality, PictureRole role);
 

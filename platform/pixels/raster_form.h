@@ -42,7 +42,7 @@ struct RasterForm {
   bool fullRange = true;      // of ycbcr and grey
 };
 
-/// Absent when the raster is none that the pixel engine's contract knows: wrong number or size of components, no
+/// Absent when the raster is none that the functions of this folder read: wrong number or size of components, no
 /// memory behind them, depth or size out of range.
 std::optional<RasterForm> formOf(const Raster& raster);
 
