@@ -1,4 +1,5 @@
 #include <fcntl.h>
+#include <new>
 #include <unistd.h>
 #include <utility>
 
@@ -94,7 +95,12 @@ void HeicDestination::accept(std::optional<heif::OutputFile> image) {
 }
 
 void HeicDestination::addImage(const Image& image, const PropertyDictionary& properties) {
-  auto file = encoded(image, properties);
+  std::optional<heif::OutputFile> file;
+  try {
+    file = encoded(image, properties);
+  } catch (const std::bad_alloc&) {
+    // An image that there is no memory for cannot be encoded, which shows when finalize() fails.
+  }
   if (file) describe(*file, properties);
   accept(std::move(file));
 }

@@ -21,7 +21,8 @@ class ImageDestination {
   virtual ~ImageDestination() = default;
 
   /// Takes a decoded image, to be encoded with `properties`: its metadata blocks say what the dictionary says. What
-  /// cannot be encoded shows when finalize() fails.
+  /// cannot be encoded, also for want of memory, shows when finalize() fails. Raises MissingModule
+  /// (platform/formats/hevc_modules.h) where the encoder is not installed.
   virtual void addImage(const Image& image, const PropertyDictionary& properties) = 0;
 
   /// Takes the image as it is coded in its source, bit for bit where it is coded as HEVC; any other image is decoded
