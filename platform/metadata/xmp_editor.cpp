@@ -205,6 +205,7 @@ std::optional<Bytes> editedXmp(ByteView packet, const XmpEdit& edit) {
   if (removes && !isStrictPacket(tree.document)) return std::nullopt;
 
   PacketEditor editor(edit);
+  // A node is a handle, and the document is the handle of its root.  NOLINTNEXTLINE(cppcoreguidelines-slicing)
   editor.editChildren(tree.document);
   const bool lostComments = removes && removeCommentsAndInstructions(tree.document);
   const bool mustBeWritten = editor.changed() || lostComments || (removes && !tree.saysAllInUtf8);
