@@ -2,7 +2,6 @@
 
 #include <algorithm>
 
-#include "platform/hevc/syntax.h"
 #include "platform/values/limits.h"
 
 namespace quellor::hevc {
@@ -138,7 +137,7 @@ std::optional<Sps> parseSps(ByteView payload, unsigned& id) {
   if (sps.notFollowed == nullptr) {
     sps.temporalMvp = reader.flag();
     reader.flag();  // strong intra smoothing
-    if (reader.flag()) sps.chromaLocation = readChromaLocation(reader, subLayers);
+    if (reader.flag()) sps.usability = readVideoUsability(reader, subLayers);
     if (mayChangeIntraParsing(reader)) sps.notFollowed = kExtension;
   }
   if (reader.failed() || !hasLegalBlockSizes(sps)) return std::nullopt;

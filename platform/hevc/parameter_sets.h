@@ -3,6 +3,7 @@
 #include <optional>
 #include <vector>
 
+#include "platform/hevc/syntax.h"
 #include "platform/values/bytes.h"
 
 /// What of HEVC's parameter sets (ITU-T H.265, 7.3.2) decides how slices are parsed and how large they are.
@@ -24,7 +25,7 @@ struct Sps {
   unsigned height = 0;
   unsigned shownWidth = 0;  // of the conformance window; 0 where that leaves nothing
   unsigned shownHeight = 0;
-  std::optional<unsigned> chromaLocation;  // where signalled; of 4:2:0, a type of ITU-T H.273, 8.7
+  VideoUsability usability;
   unsigned bitDepthLuma = 8;
   unsigned bitDepthChroma = 8;
   unsigned pocBits = 4;

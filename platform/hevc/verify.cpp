@@ -146,6 +146,7 @@ std::optional<PictureShape> shapeOf(std::span<const NalUnit> units) {
     shape.wavefront = active.pps->wavefront;
     shape.tiles = active.pps->tiles;
     shape.constrainedIntra = active.pps->constrainedIntra;
+    shape.coding = sps.usability.coding;
     shape.pcmWithoutChroma = sps.pcm && sps.chromaArrayType == kMonochrome;
     return shape;
   }

@@ -4,6 +4,7 @@
 #include <span>
 
 #include "platform/hevc/nal.h"
+#include "platform/values/color.h"
 
 namespace quellor::hevc {
 
@@ -43,6 +44,7 @@ struct PictureShape {
   bool tiles = false;
   bool constrainedIntra = false;  // constrained_intra_pred_flag
   bool pcmWithoutChroma = false;  // PCM is allowed in a picture that is luma alone
+  Cicp coding;                    // as the stream signals it
 };
 
 /// Absent when the first slice segment's parameter sets are not there or not understood.
