@@ -2,7 +2,7 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <future>
+#include <functional>
 #include <memory>
 #include <optional>
 
@@ -11,13 +11,14 @@
 #include "platform/heif/item_data.h"
 #include "platform/heif/item_properties.h"
 #include "platform/hevc/hevc.h"
+#include "platform/threads/threads.h"
 
 namespace quellor::formats {
 namespace {
 
 using heif::fourCC;
 
-/// Pictures up to this size are decoded and checked on the calling thread.
+/// Pictures up to this size are decoded on the calling thread.
 constexpr std::uint64_t kSmallPicture = std::uint64_t{1024} * 1024;
 constexpr unsigned kMaximumThreads = 16;  // of libavcodec
 
@@ -62,6 +63,16 @@ std::optional<Refusal> refusalOf(const hevc::Judgement& judgement, const std::op
   return std::nullopt;
 }
 
+hevc::Spread spreadOver(unsigned threads) {
+  if (threads <= 1) return {};
+  return [threads](std::size_t count, const std::function<void(std::size_t)>& task) {
+    forEachIndex(count, threads, [&task](std::size_t index) {
+      task(index);
+      return true;
+    });
+  };
+}
+
 Raster rasterOf(const HevcPicture& picture, std::shared_ptr<const void> owner) {
   Raster raster;
   raster.width = picture.width;
@@ -94,21 +105,15 @@ Outcome<Raster> decodeHevcItem(const heif::Container& container, const heif::Ite
   if (shape) {
     if (const auto refusal = refusalOf(*shape)) return *refusal;
   }
-  const bool large = shape && shape->pixels > kSmallPicture && threads > 1;
-
-  // The check runs at the same time as the decoder where there is a processor for it, else it comes first.
-  hevc::StrictCheck check(*stream, bytes, large ? std::launch::async : std::launch::deferred);
-  if (!large) {
-    if (const auto refusal = refusalOf(check.judgement(), shape)) return *refusal;
-  }
+  if (const auto refusal = refusalOf(hevc::judgementOf(*stream, spreadOver(threads)), shape)) return *refusal;
   HevcPicture picture;
+  const bool large = shape && shape->pixels > kSmallPicture;
   const unsigned decoding = large && shape->wavefront ? std::min(threads, kMaximumThreads) : 1;
   if (!decoder.decode(bytes.data(), bytes.size(), {static_cast<int>(decoding), shape.has_value()}, &picture)) {
     return Refusal{"the HEVC decoder reports an error"};
   }
   const std::shared_ptr<const void> owner(picture.frame,
                                           [&decoder](const void* frame) { decoder.release(const_cast<void*>(frame)); });
-  if (const auto refusal = refusalOf(check.judgement(), shape)) return *refusal;
   return rasterOf(picture, owner);
 }
 
