@@ -2,7 +2,7 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <future>
+#include <functional>
 #include <memory>
 #include <optional>
 
@@ -11,13 +11,14 @@
 #include "platform/heif/item_data.h"
 #include "platform/heif/item_properties.h"
 #include "platform/hevc/hevc.h"
+#include "platform/threads/threads.h"
 
 namespace quellor::formats {
 namespace {
 
 using heif::fourCC;
 
-/// Pictures up to this size are decoded and checked on the calling thread.
+/// Pictures up to this size are decoded on the calling thread.
 constexpr std::uint64_t kSmallPicture = std::uint64_t{1024} * 1024;
 constexpr unsigned kMaximumThreads = 16;  // of libavcodec
 
@@ -60,6 +61,16 @@ std::optional<Refusal> refusalOf(const hevc::Judgement& judgement, const std::op
     return Refusal{"the HEVC decoder applies an offset to chroma that is exempt from it"};
   }
   return std::nullopt;
+}
+
+hevc::Spread spreadOver(unsigned threads) {
+  if (threads <= 1) return {};
+  return [threads](std::size_t count, const std::function<void(std::size_t)>& task) {
+    forEachIndex(count, threads, [&task](std::size_t index) {
+      task(index);
+      return true;
+    });
+  };
 }
 
 Raster rasterOf(const HevcPicture& picture, std::shared_ptr<const void> owner) {
@@ -135,24 +146,39 @@ Raster rasterOf(const hevc::PictureShape& shape) {
   return rasterOf(picture, nullptr);
 }
 
+/// A picture that is not damaged, and what was found out about it.
+struct JudgedPicture {
+  CodedPicture coded;
+  hevc::Verdict verdict;  // intact or unknown
+};
+
+Outcome<JudgedPicture> judgedPictureOf(const heif::Container& container, const heif::Item& item, unsigned threads) {
+  auto picture = pictureOf(container, item);
+  if (!picture) return picture.refusal();
+  const hevc::Judgement judgement = hevc::judgementOf(picture->stream, spreadOver(threads));
+  if (const auto refusal = refusalOf(judgement, picture->shape)) return *refusal;
+  return JudgedPicture{std::move(*picture), judgement.verdict};
+}
+
+/// Whether nothing is left that only a decoder can tell.
+bool isProved(const JudgedPicture& picture) {
+  const auto& shape = picture.coded.shape;
+  return picture.verdict == hevc::Verdict::intact && shape && !shape->hasPictureHash;
+}
+
 }  // namespace
 
 Outcome<Raster> decodeHevcItem(const heif::Container& container, const heif::Item& item, unsigned threads) {
-  auto picture = pictureOf(container, item);
+  auto picture = judgedPictureOf(container, item, threads);
   if (!picture) return picture.refusal();
-  const hevc::Judgement judgement = judgementOf(*picture, threads);
-  if (const auto refusal = refusalOf(judgement, picture->shape)) return *refusal;
-  return decodePicture(*picture, threads);
+  return decodePicture(picture->coded, threads);
 }
 
 Outcome<Raster> proveHevcItem(const heif::Container& container, const heif::Item& item, unsigned threads) {
-  auto picture = pictureOf(container, item);
+  auto picture = judgedPictureOf(container, item, threads);
   if (!picture) return picture.refusal();
-  const hevc::Judgement judgement = judgementOf(*picture, threads);
-  if (const auto refusal = refusalOf(judgement, picture->shape)) return *refusal;
-  const bool proved = judgement.verdict == hevc::Verdict::intact && picture->shape && !picture->shape->carriesHash;
-  if (proved) return rasterOf(*picture->shape);
-  auto raster = decodePicture(*picture, threads);
+  if (isProved(*picture)) return rasterOf(*picture->coded.shape);
+  auto raster = decodePicture(picture->coded, threads);
   if (!raster) return raster.refusal();
   return emptied(std::move(*raster));
 }

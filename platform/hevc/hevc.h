@@ -8,10 +8,11 @@
 ///     const auto units = stream.units();
 ///     const auto shape = shapeOf(units);             // verify.h: what the parameter sets say
 ///     const Judgement judgement = verify(units);     // verify.h: intact, damaged or unknown, and why
+///     const Judgement again = judgementOf(stream);   // passed_pictures.h: the same, remembered
 ///
-/// The library depends on nothing but platform/values, starts no thread but that of StrictCheck, and reads no byte
-/// beyond those that it is given.
-#include "platform/hevc/nal.h"             // IWYU pragma: export
-#include "platform/hevc/parameter_sets.h"  // IWYU pragma: export
-#include "platform/hevc/strict_check.h"    // IWYU pragma: export
-#include "platform/hevc/verify.h"          // IWYU pragma: export
+/// The library depends on nothing but platform/values, starts no thread (a caller that has some hands them in as a
+/// Spread), and reads no byte beyond those that it is given.
+#include "platform/hevc/nal.h"              // IWYU pragma: export
+#include "platform/hevc/parameter_sets.h"   // IWYU pragma: export
+#include "platform/hevc/passed_pictures.h"  // IWYU pragma: export
+#include "platform/hevc/verify.h"           // IWYU pragma: export

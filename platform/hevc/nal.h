@@ -11,6 +11,8 @@ inline constexpr unsigned kFirstParameterSetUnit = 32;  // below it are the slic
 inline constexpr unsigned kVpsUnit = 32;
 inline constexpr unsigned kSpsUnit = 33;
 inline constexpr unsigned kPpsUnit = 34;
+inline constexpr unsigned kPrefixSeiUnit = 39;
+inline constexpr unsigned kSuffixSeiUnit = 40;
 
 /// A NAL unit (7.3.1.1) as it is coded.
 struct NalUnit {

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "platform/hevc/slice_data.h"
+#include "platform/hevc/supplemental.h"
 
 namespace quellor::hevc {
 namespace {
@@ -125,32 +126,31 @@ Judgement Verifier::verify(std::span<const NalUnit> units) {
 
 }  // namespace
 
-Judgement verify(std::span<const NalUnit> units) { return Verifier().verify(units); }
+Judgement verify(std::span<const NalUnit> units, const Spread& /*spread*/) { return Verifier().verify(units); }
 
 std::optional<PictureShape> shapeOf(std::span<const NalUnit> units) {
   ParameterSets sets;
-  for (const NalUnit& unit : units) {
-    if (!isSliceSegment(unit)) {
-      sets.store(unit);
-      continue;
-    }
-    const std::size_t headerStart = std::min<std::size_t>(unit.payload.size(), 16);
-    const auto active = sets.activeFor(removeEmulationPrevention(unit.payload.first(headerStart)), unit.type);
-    if (active.sps == nullptr) return std::nullopt;
-    const Sps& sps = *active.sps;
-    PictureShape shape;
-    shape.pixels = std::uint64_t{sps.width} * sps.height;
-    shape.shownWidth = sps.shownWidth;
-    shape.shownHeight = sps.shownHeight;
-    shape.chromaFormat = sps.chromaArrayType;
-    shape.wavefront = active.pps->wavefront;
-    shape.tiles = active.pps->tiles;
-    shape.constrainedIntra = active.pps->constrainedIntra;
-    shape.coding = sps.usability.coding;
-    shape.pcmWithoutChroma = sps.pcm && sps.chromaArrayType == kMonochrome;
-    return shape;
-  }
-  return std::nullopt;
+  const auto first = std::find_if(units.begin(), units.end(), isSliceSegment);
+  if (first == units.end()) return std::nullopt;
+  std::for_each(units.begin(), first, [&sets](const NalUnit& unit) { sets.store(unit); });
+  const std::size_t headerStart = std::min<std::size_t>(first->payload.size(), 16);
+  const auto active = sets.activeFor(removeEmulationPrevention(first->payload.first(headerStart)), first->type);
+  if (active.sps == nullptr) return std::nullopt;
+  const Sps& sps = *active.sps;
+  PictureShape shape;
+  shape.pixels = std::uint64_t{sps.width} * sps.height;
+  shape.shownWidth = sps.shownWidth;
+  shape.shownHeight = sps.shownHeight;
+  shape.chromaFormat = sps.chromaArrayType;
+  shape.bitDepthLuma = sps.bitDepthLuma;
+  shape.bitDepthChroma = sps.bitDepthChroma;
+  shape.wavefront = active.pps->wavefront;
+  shape.tiles = active.pps->tiles;
+  shape.constrainedIntra = active.pps->constrainedIntra;
+  shape.coding = sps.usability.coding;
+  shape.pcmWithoutChroma = sps.pcm && sps.chromaArrayType == kMonochrome;
+  shape.hasPictureHash = std::any_of(units.begin(), units.end(), mayHoldPictureHash);
+  return shape;
 }
 
 }  // namespace quellor::hevc

@@ -1,5 +1,7 @@
 #pragma once
+#include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <span>
 
@@ -23,8 +25,13 @@ struct Judgement {
   bool exemptsChromaFromOffset = false;
 };
 
+/// The caller's threads: calls `task( 0 )` to `task( count - 1 )`, each once, begun in ascending order and possibly at
+/// the same time, and returns when all have ended. A task may wait for those of lower index, and does not throw. An
+/// empty one stands for the calling thread alone.
+using Spread = std::function<void(std::size_t count, const std::function<void(std::size_t)>& task)>;
+
 /// Judges the one picture that `units` code without decoding it, in about half the time that decoding takes. May
-/// throw std::bad_alloc.
+/// throw std::bad_alloc, and what `spread` throws. The judgement does not depend on `spread`.
 ///
 /// Why: an arithmetic code has no redundancy. A damaged one decodes to some other picture, a cut one goes on as if
 /// more data followed, and decoders, made for broadcasts, hand out what comes of it: libavcodec with all error
@@ -32,19 +39,24 @@ struct Judgement {
 /// ends. The flag that ends a segment must come after its last coding tree unit, and the last bit used must be the
 /// last of the data. Both hold by chance once in many thousand times, not to speak of the syntax elements whose range
 /// is checked on the way. Beyond that, a damaged picture cannot be told from another valid one.
-[[nodiscard]] Judgement verify(std::span<const NalUnit> units);
+[[nodiscard]] Judgement verify(std::span<const NalUnit> units, const Spread& spread = {});
 
-/// What the parameter sets say of a picture.
+/// What is known of a picture without following its code.
 struct PictureShape {
   std::uint64_t pixels = 0;
   unsigned shownWidth = 0;  // of the conformance window
   unsigned shownHeight = 0;
   unsigned chromaFormat = 1;  // chroma_format_idc
-  bool wavefront = false;     // rows can be decoded at the same time
+  unsigned bitDepthLuma = 8;
+  unsigned bitDepthChroma = 8;  // signalled for a monochrome picture, too
+  bool wavefront = false;       // rows can be decoded at the same time
   bool tiles = false;
   bool constrainedIntra = false;  // constrained_intra_pred_flag
   bool pcmWithoutChroma = false;  // PCM is allowed in a picture that is luma alone
   Cicp coding;                    // as the stream signals it
+  /// Whether a hash of the decoded samples comes with the picture (decoded picture hash, ITU-T H.265, D.3.19), or
+  /// supplemental information that cannot be read. Only a decoder can compare the one and judge the other.
+  bool hasPictureHash = false;
 };
 
 /// Absent when the first slice segment's parameter sets are not there or not understood.
