@@ -16,6 +16,7 @@ inline constexpr unsigned k422 = 2;
 inline constexpr unsigned k444 = 3;
 
 struct Sps {
+  unsigned vpsId = 0;
   /// The first coding tool that the set allows and the parser of slices does not follow, in words that live as long as
   /// the program; null when it follows all of them. What is not followed: tools of the range and screen content
   /// extensions that change how an intra slice is parsed, separate color planes, predicted sets of reference pictures.
@@ -78,10 +79,15 @@ struct Pps {
 };
 
 /// `payload` is the unit behind its two-byte header, without emulation prevention; `id` receives the set's number.
-/// Absent when the set breaks the standard's rules. May throw std::bad_alloc.
+/// Absent when the set breaks the standard's rules or ends too early. May throw std::bad_alloc.
 [[nodiscard]] std::optional<Sps> parseSps(ByteView payload, unsigned& id);
 [[nodiscard]] std::optional<Pps> parsePps(ByteView payload, unsigned& id);
 
+/// The number of a video parameter set. What such a set says has no bearing on an intra picture, but decoders refuse a
+/// picture without one that is in order. Absent, too, where it has hypothetical decoder parameters, which are not read.
+[[nodiscard]] std::optional<unsigned> parseVps(ByteView payload);
+
+inline constexpr unsigned kMaximumVps = 16;  // 7.4.3.1
 inline constexpr unsigned kMaximumSps = 16;  // 7.4.3.2.1
 inline constexpr unsigned kMaximumPps = 64;  // 7.4.3.3.1
 

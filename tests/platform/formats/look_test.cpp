@@ -7,11 +7,13 @@
 #include <iterator>
 #include <random>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include <gtest/gtest.h>
 
 #include "platform/formats/image_format.h"
+#include "platform/values/big_endian.h"
 #include "tests/support/corpus.h"
 
 namespace quellor {
@@ -27,7 +29,8 @@ Bytes contentOf(const std::string& file) {
 
 /// Every sample, but not the largest photos of the folder a thousand times: `limit` in bytes.
 std::vector<std::string> samplesUpTo(std::uintmax_t limit) {
-  std::vector<std::string> files = sampleFilesIn({test_support::kMade, "photos", "conformance", "special", "other", "fuzz"});
+  std::vector<std::string> files =
+      sampleFilesIn({test_support::kMade, "photos", "conformance", "special", "other", "fuzz"});
   files.erase(std::remove_if(files.begin(), files.end(),
                              [&](const auto& file) { return std::filesystem::file_size(sampleFile(file)) > limit; }),
               files.end());
@@ -77,7 +80,8 @@ TEST(Look, AgreesWithTheDecodingOfEveryFileThatIsCutSomewhere) {
     const Bytes content = contentOf(file);
     for (std::size_t cut = 0; cut <= kCuts; ++cut) {
       // The last ones are close to the end, where a cut is hardest to see.
-      const std::size_t size = cut < kCuts - 3 ? content.size() * (cut + 1) / kCuts : content.size() - (kCuts + 1 - cut);
+      const std::size_t size =
+          cut < kCuts - 3 ? content.size() * (cut + 1) / kCuts : content.size() - (kCuts + 1 - cut);
       compare(ByteView(content).first(std::min(size, content.size())), file + " cut to " + std::to_string(size),
               comparisons);
     }
@@ -97,6 +101,24 @@ TEST(Look, AgreesWithTheDecodingOfChangedFiles) {
       const std::size_t place = random() % changed.size();
       changed[place] = static_cast<std::uint8_t>(random());
       compare(changed, file + " with another byte " + std::to_string(place), comparisons);
+    }
+  }
+  report(comparisons);
+}
+
+/// Parameter sets and the head of the first slice say how all of a picture is read.
+TEST(Look, AgreesWithTheDecodingOfFilesWithOneBitOfTheirParameterSetsChanged) {
+  Comparisons comparisons;
+  for (const char* const file : {"made/no-colour-property.heic", "made/phone-grid-profile.heic"}) {
+    const Bytes content = contentOf(file);
+    const std::string_view text(reinterpret_cast<const char*>(content.data()), content.size());
+    const std::size_t begin = text.find("hvcC");
+    ASSERT_NE(begin, std::string_view::npos) << file;
+    const std::size_t size = bigEndian32(content, begin - 4);
+    for (std::size_t bit = 8 * (begin + 4); bit < 8 * (begin - 4 + size); ++bit) {
+      Bytes changed = content;
+      changed[bit / 8] = static_cast<std::uint8_t>(changed[bit / 8] ^ 0x80U >> bit % 8);
+      compare(changed, std::string(file) + " with another bit " + std::to_string(bit), comparisons);
     }
   }
   report(comparisons);
