@@ -1,5 +1,6 @@
 #include "platform/hevc/passed_pictures.h"
 
+#include <algorithm>
 #include <array>
 #include <map>
 #include <mutex>
@@ -37,6 +38,14 @@ PassedPictures& passedPictures() {
   return pictures;
 }
 
+/// Bytes of a slice segment above which threads save more time than it takes to start them.
+constexpr std::size_t kWorthThreads = 16 * 1024;
+
+bool isWorthThreads(const std::vector<NalUnit>& units) {
+  const auto isLarge = [](const NalUnit& unit) { return unit.payload.size() >= kWorthThreads; };
+  return std::any_of(units.begin(), units.end(), isLarge);
+}
+
 /// Of all that a judgement depends on. Each unit stands behind its type and its length, so that no two pictures give
 /// the same bytes.
 Digest digestOf(const std::vector<NalUnit>& units) {
@@ -58,7 +67,7 @@ Judgement judgementOf(const NalStream& stream, const Spread& spread) {
   const auto units = stream.units();
   const Digest digest = digestOf(units);
   if (const auto known = passedPictures().find(digest)) return *known;
-  const Judgement judgement = verify(units, spread);
+  const Judgement judgement = verify(units, isWorthThreads(units) ? spread : Spread());
   if (judgement.verdict != Verdict::damaged) passedPictures().insert(digest, judgement);
   return judgement;
 }
