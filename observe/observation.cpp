@@ -65,10 +65,10 @@ void describeImage(const Image& image, ImageObservation& observation) {
   observation.width = std::int64_t{image.width()};
   observation.height = std::int64_t{image.height()};
   observation.bitDepth = std::int64_t{image.bitsPerComponent()};
-  IccInfo icc = iccInfo(image.colorSpace);
+  IccInfo icc = iccInfo(image.colorSpace());
   observation.iccProfileBytes = icc.bytes;
   observation.iccProfileSHA256 = std::move(icc.sha256);
-  if (image.colorSpace) observation.colorSpaceName = image.colorSpace->name();
+  if (image.colorSpace()) observation.colorSpaceName = image.colorSpace()->name();
 }
 
 }  // namespace

@@ -24,7 +24,8 @@ class RgbxContext final : public BitmapContext {
   [[nodiscard]] bool draw(const Image& image) const override {
     if (image.width() != width_ || image.height() != height_) return false;
     try {
-      return pixels::drawRgbx(image.raster, pixels_);
+      const Raster* const raster = image.raster();
+      return raster != nullptr && pixels::drawRgbx(*raster, pixels_);
     } catch (const std::bad_alloc&) {
       return false;
     }

@@ -14,8 +14,8 @@ class BitmapContext {
   virtual ~BitmapContext() = default;
 
   /// Draws an image of exactly the context's size over black, as it is stored and without changing its colour space.
-  /// False, with nothing drawn, for another size, for samples without three colour components, and where memory runs
-  /// out.
+  /// False, with nothing drawn, for another size, for samples without three colour components, and where there are no
+  /// samples or no memory. Raises MissingModule as Image::raster() does.
   [[nodiscard]] virtual bool draw(const Image& image) const = 0;
 };
 

@@ -58,15 +58,18 @@ std::optional<heif::OutputFile> copied(ByteView file) {
 }
 
 std::optional<heif::OutputFile> encoded(const Image& image, const PropertyDictionary& properties) {
-  auto raster = pixels::encodingForm(image.raster);
+  const Raster* const samples = image.raster();
+  if (samples == nullptr) return std::nullopt;
+  auto raster = pixels::encodingForm(*samples);
   if (!raster) return std::nullopt;
-  raster->coding = codingOf(*raster, image.colorSpace);
+  const std::optional<ColorSpace>& space = image.colorSpace();
+  raster->coding = codingOf(*raster, space);
   auto file = encodeHeic(*raster, qualityIn(properties));
   if (!file) return std::nullopt;
 
   heif::declareMiaf(*file);
-  const bool hasProfile = image.colorSpace && image.colorSpace->embedded() && image.colorSpace->iccData() != nullptr;
-  heif::setColor(*file, hasProfile ? std::optional(*image.colorSpace->iccData()) : std::nullopt, raster->coding);
+  const bool hasProfile = space && space->embedded() && space->iccData() != nullptr;
+  heif::setColor(*file, hasProfile ? std::optional(*space->iccData()) : std::nullopt, raster->coding);
   return file;
 }
 

@@ -1,14 +1,35 @@
 #include "platform/image_services.h"
 
 #include <algorithm>
+#include <array>
+#include <map>
 #include <utility>
 
 #include "platform/color_space.h"
 #include "platform/files/regular_file.h"
 #include "platform/formats/image_format.h"
 #include "platform/image_properties.h"
+#include "platform/values/sha256.h"
 
 namespace quellor {
+
+/// What was found whole in this run, by the digest of the file that it is in.
+class KnownImages {
+ public:
+  /// Null where the image is not whole.
+  std::shared_ptr<const Look> lookAt(ByteView file, const ImageFormat& format) {
+    auto& known = looks_[sha256(file)];
+    if (known == nullptr) {
+      auto look = format.look(file);
+      if (look) known = std::make_shared<const Look>(std::move(*look));
+    }
+    return known;
+  }
+
+ private:
+  std::map<std::array<std::uint8_t, 32>, std::shared_ptr<const Look>> looks_;
+};
+
 namespace {
 
 /// Enough for the brands of every HEIF file that has been seen.
@@ -31,27 +52,31 @@ std::optional<Kind> kindNamed(std::string_view type) {
 /// An image source on a file in memory and its format.
 class EncodedImageSource final : public ImageSource {
  public:
-  /// `format` outlives the source.
-  EncodedImageSource(FileContents file, ImageFacts facts, const ImageFormat& format);
+  /// `format` outlives the source and its images.
+  EncodedImageSource(FileContents file, ImageFacts facts, const ImageFormat& format,
+                     std::shared_ptr<KnownImages> known);
 
   [[nodiscard]] std::size_t count() const override { return facts_.imageCount; }
   [[nodiscard]] std::optional<PropertyDictionary> propertiesAt(std::size_t index) const override;
   [[nodiscard]] std::optional<Image> imageAt(std::size_t index) const override;
-  [[nodiscard]] ByteView file() const override { return file_.view(); }
+  [[nodiscard]] ByteView file() const override { return file_->view(); }
   [[nodiscard]] std::optional<PropertyDictionary> auxiliaryDataInfoAt(std::size_t index,
                                                                       std::string_view type) const override;
 
  private:
-  FileContents file_;
+  std::shared_ptr<const FileContents> file_;  // images may need it longer than the source lives
   ImageFacts facts_;
   const ImageFormat& format_;
+  std::shared_ptr<KnownImages> known_;
   ImageColor color_;  // for the colour model that the facts tell
 };
 
-EncodedImageSource::EncodedImageSource(FileContents file, ImageFacts facts, const ImageFormat& format)
-    : file_(std::move(file)),
+EncodedImageSource::EncodedImageSource(FileContents file, ImageFacts facts, const ImageFormat& format,
+                                       std::shared_ptr<KnownImages> known)
+    : file_(std::make_shared<const FileContents>(std::move(file))),
       facts_(std::move(facts)),
       format_(format),
+      known_(std::move(known)),
       color_(colorSpaceOf(facts_.colorModel, facts_.iccProfile, facts_.cicp)) {}
 
 std::optional<PropertyDictionary> EncodedImageSource::propertiesAt(std::size_t index) const {
@@ -61,13 +86,17 @@ std::optional<PropertyDictionary> EncodedImageSource::propertiesAt(std::size_t i
 
 std::optional<Image> EncodedImageSource::imageAt(std::size_t index) const {
   if (index != 0 || count() == 0) return std::nullopt;
-  auto raster = format_.decode(file_.view());
-  if (!raster) return std::nullopt;
-  const ColorModel model = colorModelOf(raster->model);
+  const auto look = known_->lookAt(file(), format_);
+  if (look == nullptr) return std::nullopt;
+  const ColorModel model = colorModelOf(look->shape.model);
   // Some files tell only in the bitstream that they are grey.
   const bool asTold = model == facts_.colorModel;
   const ImageColor color = asTold ? color_ : colorSpaceOf(model, facts_.iccProfile, facts_.cicp);
-  return Image{std::move(*raster), color.space};
+  if (look->raster) return Image(*look->raster, color.space);
+  return Image(look->shape, color.space, [file = file_, format = &format_]() -> std::optional<Raster> {
+    auto raster = format->decode(file->view());
+    return raster ? std::optional(std::move(*raster)) : std::nullopt;
+  });
 }
 
 std::optional<PropertyDictionary> EncodedImageSource::auxiliaryDataInfoAt(std::size_t index,
@@ -86,6 +115,8 @@ std::optional<PropertyDictionary> EncodedImageSource::auxiliaryDataInfoAt(std::s
 
 }  // namespace
 
+SystemImageServices::SystemImageServices() : known_(std::make_shared<KnownImages>()) {}
+
 std::unique_ptr<ImageSource> SystemImageServices::openSource(const std::string& path) const {
   const auto file = RegularFile::open(path);
   if (!file) return nullptr;
@@ -95,7 +126,7 @@ std::unique_ptr<ImageSource> SystemImageServices::openSource(const std::string& 
   if (!contents) return nullptr;
   auto facts = format->describe(contents->view());
   if (!facts) return nullptr;
-  return std::make_unique<EncodedImageSource>(std::move(*contents), std::move(*facts), *format);
+  return std::make_unique<EncodedImageSource>(std::move(*contents), std::move(*facts), *format, known_);
 }
 
 std::unique_ptr<ImageDestination> SystemImageServices::createDestination(const std::string& path) const {

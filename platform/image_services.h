@@ -30,14 +30,21 @@ class ImageServices {
                                                                            std::span<std::uint8_t> pixels) const = 0;
 };
 
-/// Image services on the formats of platform/formats/.
+class KnownImages;
+
+/// Image services on the formats of platform/formats/. Remembers which images were found whole, so that a run examines
+/// none twice. Not for several threads at once, nor are its sources.
 class SystemImageServices final : public ImageServices {
  public:
+  SystemImageServices();
   [[nodiscard]] std::unique_ptr<ImageSource> openSource(const std::string& path) const override;
   [[nodiscard]] std::unique_ptr<ImageDestination> createDestination(const std::string& path) const override;
   [[nodiscard]] std::unique_ptr<BitmapContext> createBitmapContext(std::int64_t width, std::int64_t height,
                                                                    const ColorSpace& space,
                                                                    std::span<std::uint8_t> pixels) const override;
+
+ private:
+  std::shared_ptr<KnownImages> known_;  // the sources know of them, too
 };
 
 }  // namespace quellor

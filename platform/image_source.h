@@ -31,8 +31,10 @@ class ImageSource {
   /// Absent when there is no such image. The keys are those of platform/properties.h.
   [[nodiscard]] virtual std::optional<PropertyDictionary> propertiesAt(std::size_t index) const = 0;
 
-  /// Decodes the image afresh at every call; nothing is kept. Absent when there is no such image, or when any of its
-  /// samples cannot be decoded without an error.
+  /// The image, known to be whole: every one of its coded samples was read without an error, though not every format
+  /// needs the samples to be reconstructed for that. They are made when the image is asked for them, which it may be
+  /// after the end of the source. Absent when there is no such image or any of it is missing or damaged. What was found
+  /// whole once is recognised by its content and not examined again.
   [[nodiscard]] virtual std::optional<Image> imageAt(std::size_t index) const = 0;
 
   /// The whole file as it was read when the source was opened. Valid as long as the source.

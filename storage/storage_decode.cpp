@@ -44,15 +44,15 @@ Image loadStorageCGImage(const ImageServices& images, const std::string& heicPat
 
 std::pair<PixelBuffer, StoragePixelExportMeta> normalizeToRGBA8StoragePixels(const ImageServices& images,
                                                                              const Image& image) {
-  if (!image.colorSpace) throw StorageError::missingColorSpace();
+  if (!image.colorSpace()) throw StorageError::missingColorSpace();
   if (image.width() < 1 || image.height() < 1) throw StorageError::invalidDimensions();
-  PixelBuffer pixels = drawnPixels(images, image, *image.colorSpace);
+  PixelBuffer pixels = drawnPixels(images, image, *image.colorSpace());
   StoragePixelExportMeta meta;
   meta.width = image.width();
   meta.height = image.height();
   meta.alphaInfo = alphaInfoLabel(static_cast<std::uint32_t>(image.alphaInfo()));
-  meta.colorSpaceName = image.colorSpace->name();
-  meta.iccSHA256 = iccInfo(image.colorSpace).sha256;
+  meta.colorSpaceName = image.colorSpace()->name();
+  meta.iccSHA256 = iccInfo(image.colorSpace()).sha256;
   return {std::move(pixels), std::move(meta)};
 }
 

@@ -22,7 +22,7 @@ std::optional<ChromaSiting> sitingOfType(std::optional<unsigned> type) {
 std::optional<ChromaSiting> fromHevc(ByteView payload) {
   const auto configuration = readHevcConfiguration(payload);
   const auto set = configuration ? sequenceParameterSetOf(*configuration) : std::nullopt;
-  return set ? sitingOfType(set->chromaLocation) : std::nullopt;
+  return set ? sitingOfType(set->usability.chromaLocation) : std::nullopt;
 }
 
 /// AV1CodecConfigurationRecord (AV1 in ISOBMFF, 2.3.3): the last two bits of byte 2.

@@ -13,7 +13,8 @@ namespace {
 
 /// The component of `raster` with the range of values stretched to that of `bits`, in memory of its own.
 Component stretched(const Component& from, int fromBits, int bits, std::shared_ptr<const void>& owner) {
-  const Planes planes({SampleModel::grey, 1, 1, bits}, from.width, from.height, false);
+  const Planes planes({SampleModel::grey, 1, 1, bits}, from.width, from.height, false, from.firstSample != nullptr);
+  if (from.firstSample == nullptr) return planes.raster().components[0];
   const std::size_t fromBytes = bytesPerSample(fromBits), toBytes = bytesPerSample(bits);
   const std::uint32_t fromGreatest = (1U << fromBits) - 1, greatest = (1U << bits) - 1;
   for (std::uint32_t y = 0; y < from.height; ++y) {

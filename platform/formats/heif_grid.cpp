@@ -103,7 +103,7 @@ class Mosaic {
                                     (grid_.rows == 1 || form.height % form.layout.down == 0);
       if (!wholeDifferences) return nullptr;
       form_ = form;
-      planes_.emplace(form.layout, grid_.size.width, grid_.size.height, alpha_);
+      planes_.emplace(form.layout, grid_.size.width, grid_.size.height, alpha_, tile.raster.hasSamples());
     }
     const Raster& raster = tile.raster;
     if (form != form_ || raster.chromaPhase != ChromaPhase() || (raster.alpha && !alpha_)) return nullptr;

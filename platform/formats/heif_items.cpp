@@ -1,5 +1,6 @@
 #include "platform/formats/heif_items.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "platform/formats/av1_items.h"
@@ -12,17 +13,20 @@
 #include "platform/formats/planes.h"
 #include "platform/heif/auxiliary_type.h"
 #include "platform/heif/item_properties.h"
+#include "platform/heif/item_relations.h"
 
 namespace quellor::formats {
 namespace {
 
 using heif::fourCC;
 
-Outcome<Raster> decodeCoded(const heif::Container& container, const heif::Item& item, unsigned threads) {
+Outcome<Raster> decodeCoded(const heif::Container& container, const heif::Item& item, Samples samples,
+                            unsigned threads) {
   switch (item.type) {
     case fourCC("hvc1"):
     case fourCC("hev1"):
-      return decodeHevcItem(container, item, threads);
+      return samples == Samples::decoded ? decodeHevcItem(container, item, threads)
+                                         : proveHevcItem(container, item, threads);
     case fourCC("av01"):
       return decodeAv1Item(container, item, threads);
     case fourCC("jpeg"):
@@ -41,6 +45,15 @@ bool isAsDeclared(const heif::Container& container, const heif::Item& item, cons
 
 }  // namespace
 
+bool needsSamples(const heif::Container& container, const heif::Item& image) {
+  const auto items = heif::itemsNeededFor(container, image);
+  const auto isProvable = [](const heif::Item* item) {
+    return item->type == fourCC("hvc1") || item->type == fourCC("hev1") || item->type == fourCC("grid") ||
+           item->type == fourCC("iden");
+  };
+  return !items || !std::all_of(items->begin(), items->end(), isProvable);
+}
+
 Outcome<DecodedImage> ItemDecoder::samplesOf(const heif::Item& item, unsigned threads) const {
   switch (item.type) {
     case fourCC("grid"):
@@ -52,7 +65,7 @@ Outcome<DecodedImage> ItemDecoder::samplesOf(const heif::Item& item, unsigned th
     default:
       break;
   }
-  auto raster = decodeCoded(container_, item, threads);
+  auto raster = decodeCoded(container_, item, samples_, threads);
   if (!raster) return raster.refusal();
   if (!isAsDeclared(container_, item, *raster)) return Refusal{"the samples are not as the file declares them"};
   raster->chromaSiting = chromaSitingOf(container_, item);

@@ -93,28 +93,94 @@ Raster rasterOf(const HevcPicture& picture, std::shared_ptr<const void> owner) {
   return raster;
 }
 
-}  // namespace
+/// A coded picture before it is decoded.
+struct CodedPicture {
+  hevc::NalStream stream;
+  std::optional<hevc::PictureShape> shape;  // absent where a parameter set is not understood
+};
 
-Outcome<Raster> decodeHevcItem(const heif::Container& container, const heif::Item& item, unsigned threads) {
-  const HevcDecoder& decoder = hevcDecoder();
+Outcome<CodedPicture> pictureOf(const heif::Container& container, const heif::Item& item) {
   auto stream = streamOf(container, item);
   if (!stream) return Refusal{"the units of an HEVC item cannot be told apart"};
-  const ByteView bytes = stream->bytes(decoder.paddingBytes);
   const auto shape = hevc::shapeOf(stream->units());
   if (shape && !isOfSize(*shape, container, item)) return Refusal{"a picture is of another size than declared"};
   if (shape) {
     if (const auto refusal = refusalOf(*shape)) return *refusal;
   }
-  if (const auto refusal = refusalOf(hevc::judgementOf(*stream, spreadOver(threads)), shape)) return *refusal;
-  HevcPicture picture;
-  const bool large = shape && shape->pixels > kSmallPicture;
-  const unsigned decoding = large && shape->wavefront ? std::min(threads, kMaximumThreads) : 1;
-  if (!decoder.decode(bytes.data(), bytes.size(), {static_cast<int>(decoding), shape.has_value()}, &picture)) {
+  return CodedPicture{std::move(*stream), shape};
+}
+
+Outcome<Raster> decodePicture(CodedPicture& picture, unsigned threads) {
+  const HevcDecoder& decoder = hevcDecoder();
+  const ByteView bytes = picture.stream.bytes(decoder.paddingBytes);
+  const bool rows = picture.shape && picture.shape->wavefront && picture.shape->pixels > kSmallPicture;
+  const unsigned decoding = rows ? std::min(threads, kMaximumThreads) : 1;
+  HevcPicture decoded;
+  const HevcDecodingMeans means{static_cast<int>(decoding), picture.shape.has_value()};
+  if (!decoder.decode(bytes.data(), bytes.size(), means, &decoded)) {
     return Refusal{"the HEVC decoder reports an error"};
   }
-  const std::shared_ptr<const void> owner(picture.frame,
+  const std::shared_ptr<const void> owner(decoded.frame,
                                           [&decoder](const void* frame) { decoder.release(const_cast<void*>(frame)); });
-  return rasterOf(picture, owner);
+  return rasterOf(decoded, owner);
+}
+
+/// The raster without its samples.
+Raster emptied(Raster raster) {
+  for (Component& component : raster.components) component.firstSample = nullptr;
+  raster.owner.reset();
+  return raster;
+}
+
+/// What decoding a picture of that shape gives, without the samples.
+Raster rasterOf(const hevc::PictureShape& shape) {
+  HevcPicture picture;
+  picture.width = shape.shownWidth;
+  picture.height = shape.shownHeight;
+  picture.bits = static_cast<int>(shape.bitDepthLuma);
+  picture.chromaFormat = shape.chromaFormat;
+  picture.colorPrimaries = shape.coding.colorPrimaries;
+  picture.transferCharacteristics = shape.coding.transferCharacteristics;
+  picture.matrixCoefficients = shape.coding.matrixCoefficients;
+  picture.fullRange = shape.coding.fullRange;
+  return rasterOf(picture, nullptr);
+}
+
+/// A picture that is not damaged, and what was found out about it.
+struct JudgedPicture {
+  CodedPicture coded;
+  hevc::Verdict verdict;  // intact or unknown
+};
+
+Outcome<JudgedPicture> judgedPictureOf(const heif::Container& container, const heif::Item& item, unsigned threads) {
+  auto picture = pictureOf(container, item);
+  if (!picture) return picture.refusal();
+  const hevc::Judgement judgement = hevc::judgementOf(picture->stream, spreadOver(threads));
+  if (const auto refusal = refusalOf(judgement, picture->shape)) return *refusal;
+  return JudgedPicture{std::move(*picture), judgement.verdict};
+}
+
+/// Whether nothing is left that only a decoder can tell.
+bool isProved(const JudgedPicture& picture) {
+  const auto& shape = picture.coded.shape;
+  return picture.verdict == hevc::Verdict::intact && shape && !shape->hasPictureHash;
+}
+
+}  // namespace
+
+Outcome<Raster> decodeHevcItem(const heif::Container& container, const heif::Item& item, unsigned threads) {
+  auto picture = judgedPictureOf(container, item, threads);
+  if (!picture) return picture.refusal();
+  return decodePicture(picture->coded, threads);
+}
+
+Outcome<Raster> proveHevcItem(const heif::Container& container, const heif::Item& item, unsigned threads) {
+  auto picture = judgedPictureOf(container, item, threads);
+  if (!picture) return picture.refusal();
+  if (isProved(*picture)) return rasterOf(*picture->coded.shape);
+  auto raster = decodePicture(picture->coded, threads);
+  if (!raster) return raster.refusal();
+  return emptied(std::move(*raster));
 }
 
 }  // namespace quellor::formats

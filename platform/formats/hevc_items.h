@@ -12,4 +12,8 @@ namespace quellor::formats {
 /// there. Throws std::bad_alloc. May be called on several threads; `threads` is how many this call may use.
 Outcome<Raster> decodeHevcItem(const heif::Container& container, const heif::Item& item, unsigned threads);
 
+/// The same without the samples, by platform/hevc alone: a raster without samples in place of the decoded one. A
+/// picture that platform/hevc cannot judge is decoded.
+Outcome<Raster> proveHevcItem(const heif::Container& container, const heif::Item& item, unsigned threads);
+
 }  // namespace quellor::formats

@@ -5,6 +5,7 @@
 #include <exception>
 #include <new>
 #include <string_view>
+#include <utility>
 
 #include "platform/formats/hevc_modules.h"
 #include "platform/values/big_endian.h"
@@ -52,12 +53,21 @@ auto absentWithoutMemory(ByteView file) -> decltype(function(file)) {
   }
 }
 
-template <auto describe, auto decode>
-constexpr ImageFormat format(const char* name) {
-  return {name, absentWithoutMemory<describe>, absentWithoutMemory<decode>};
+/// The look of a format that has no cheaper proof than a decoding.
+template <auto decode>
+Outcome<Look> lookByDecoding(ByteView file) {
+  auto raster = decode(file);
+  if (!raster) return raster.refusal();
+  const RasterShape shape = shapeOf(*raster);
+  return Look{shape, std::move(*raster)};
 }
 
-constexpr ImageFormat kHeif = format<formats::describeHeif, formats::decodeHeif>("HEIF");
+template <auto describe, auto decode, auto look = lookByDecoding<decode>>
+constexpr ImageFormat format(const char* name) {
+  return {name, absentWithoutMemory<describe>, absentWithoutMemory<look>, absentWithoutMemory<decode>};
+}
+
+constexpr ImageFormat kHeif = format<formats::describeHeif, formats::decodeHeif, formats::lookAtHeif>("HEIF");
 constexpr ImageFormat kJpeg = format<formats::describeJpeg, formats::decodeJpeg>("JPEG");
 constexpr ImageFormat kPng = format<formats::describePng, formats::decodePng>("PNG");
 constexpr ImageFormat kTiff = format<formats::describeTiff, formats::decodeTiff>("TIFF");

@@ -6,12 +6,24 @@
 
 namespace quellor {
 
+/// What is known of an image once it has been found whole.
+struct Look {
+  RasterShape shape;
+  /// The samples, where it took a decoding to know that: there is no other way for some formats.
+  std::optional<Raster> raster;
+};
+
 /// How the files of one format are read. What comes out is plain data, never a library's handle; all is free of state.
 struct ImageFormat {
   const char* name = nullptr;  // for tests and messages: "HEIF"
 
   /// Absent when the file's structure is broken or memory runs out. `file` is the whole file.
   Outcome<ImageFacts> (*describe)(ByteView file) = nullptr;
+
+  /// Whether the primary image is whole, found out in the cheapest way: absent wherever decode() would be but for want
+  /// of memory, since every coded sample is read, if not reconstructed. Raises MissingModule where only a decoder can
+  /// tell.
+  Outcome<Look> (*look)(ByteView file) = nullptr;
 
   /// The primary image's samples. Absent when any coded sample is missing, damaged or concealed, or when the memory for
   /// it cannot be had. Raises MissingModule.
@@ -24,13 +36,15 @@ const ImageFormat* formatOf(ByteView head);
 
 }  // namespace quellor
 
-/// What the formats define, each in its own file: describe() and decode() of ImageFormat, but throwing std::bad_alloc.
+/// What the formats define, each in its own file: describe(), look() and decode() of ImageFormat, but throwing
+/// std::bad_alloc. A format without a look of its own has to decode.
 namespace quellor::formats {
 
 Outcome<ImageFacts> describeGif(ByteView file);
 Outcome<Raster> decodeGif(ByteView file);
 
 Outcome<ImageFacts> describeHeif(ByteView file);
+Outcome<Look> lookAtHeif(ByteView file);
 Outcome<Raster> decodeHeif(ByteView file);
 
 Outcome<ImageFacts> describeJpeg(ByteView file);

@@ -43,7 +43,8 @@ PlaneLayout layoutOf(const Raster& raster) {
   return layout;
 }
 
-Planes::Planes(const PlaneLayout& layout, std::uint32_t width, std::uint32_t height, bool alpha) : layout_(layout) {
+Planes::Planes(const PlaneLayout& layout, std::uint32_t width, std::uint32_t height, bool alpha, bool samples)
+    : layout_(layout) {
   raster_.width = width;
   raster_.height = height;
   raster_.bitsPerComponent = layout.bits;
@@ -58,6 +59,7 @@ Planes::Planes(const PlaneLayout& layout, std::uint32_t width, std::uint32_t hei
     raster_.components[i] = plane(dividedUp(width, layout.across), dividedUp(height, layout.down));
   }
   if (alpha) raster_.alpha = plane(width, height);
+  if (!samples) return;
 
   std::size_t total = 0;
   const auto sizeOf = [](const Component& each) { return each.strideBytes * each.height; };
@@ -83,6 +85,7 @@ std::uint8_t* Planes::at(std::size_t plane, std::uint32_t column, std::uint32_t 
 }
 
 void Planes::paste(const Raster& image, std::uint32_t left, std::uint32_t top) const {
+  if (memory_ == nullptr) return;
   const std::size_t sampleBytes = bytesPerSample(layout_.bits);
   const auto pasteComponent = [&](std::size_t plane, const Component& from) {
     const Component& to = component(plane);
@@ -101,7 +104,7 @@ void Planes::paste(const Raster& image, std::uint32_t left, std::uint32_t top) c
 void Planes::fill(std::size_t plane, std::uint16_t value, std::uint32_t left, std::uint32_t top, std::uint32_t width,
                   std::uint32_t height) const {
   const Component& to = component(plane);
-  if (left >= to.width || top >= to.height) return;
+  if (memory_ == nullptr || left >= to.width || top >= to.height) return;
   const std::uint32_t right = left + std::min(width, to.width - left), bottom = top + std::min(height, to.height - top);
   for (std::uint32_t row = top; row < bottom; ++row) {
     if (to.stepBytes == 1) {

@@ -21,11 +21,13 @@ PlaneLayout layoutOf(const Raster& raster);
 
 /// Planes in one block of memory that are written piece by piece, then handed out as a raster. Different threads may
 /// write different samples.
+///
+/// Planes without samples have sizes only: what writes to them does nothing, but for at(), which must not be called.
 class Planes {
  public:
   /// Uninitialised planes of an image, with a plane for alpha where `alpha` is set. `width` times `height` is at most
   /// kMaximumPixels, neither is 0. Throws std::bad_alloc.
-  Planes(const PlaneLayout& layout, std::uint32_t width, std::uint32_t height, bool alpha);
+  Planes(const PlaneLayout& layout, std::uint32_t width, std::uint32_t height, bool alpha, bool samples = true);
 
   /// Copies `image`, whose layout is that of these planes, so that its first sample comes to stand at `left`, `top`;
   /// what lies beyond the planes is dropped. Alpha is copied where both have it. `left` and `top` are multiples of the

@@ -123,7 +123,7 @@ DecodedImage turned(const DecodedImage& image, Turn turn) {
     std::swap(width, height);
   }
   // Planes with room for the groups that begin before the image.
-  const Planes planes(layout, width + phase.columns, height + phase.rows, from.alpha.has_value());
+  const Planes planes(layout, width + phase.columns, height + phase.rows, from.alpha.has_value(), from.hasSamples());
   const std::size_t sampleBytes = bytesPerSample(layout.bits);
   DecodedImage result{planes.raster()};
   Raster& raster = result.raster;
@@ -134,12 +134,14 @@ DecodedImage turned(const DecodedImage& image, Turn turn) {
     const Component& component = from.components[i];
     to.width = turn.transposes ? component.height : component.width;
     to.height = turn.transposes ? component.width : component.height;
-    turnComponent(component, to, planes.at(i, 0, 0), sampleBytes, turn);
+    if (from.hasSamples()) turnComponent(component, to, planes.at(i, 0, 0), sampleBytes, turn);
   }
   if (from.alpha) {
     raster.alpha->width = width;
     raster.alpha->height = height;
-    turnComponent(*from.alpha, *raster.alpha, planes.at(raster.components.size(), 0, 0), sampleBytes, turn);
+    if (from.hasSamples()) {
+      turnComponent(*from.alpha, *raster.alpha, planes.at(raster.components.size(), 0, 0), sampleBytes, turn);
+    }
   }
   raster.premultiplied = from.premultiplied;
   raster.coding = from.coding;
@@ -153,6 +155,7 @@ Component withFirstColumnTwice(const Component& from, std::size_t sampleBytes,
                                std::vector<std::shared_ptr<const void>>& owners) {
   Component to{nullptr, sampleBytes, alignedUp((std::size_t{from.width} + 1) * sampleBytes), from.width + 1,
                from.height};
+  if (from.firstSample == nullptr) return to;
   const auto memory = allocateSamples(to.strideBytes * to.height);
   for (std::uint32_t y = 0; y < from.height; ++y) {
     const std::uint8_t* const in = from.firstSample + y * from.strideBytes;
@@ -173,7 +176,9 @@ void crop(Raster& raster, const heif::Crop& part) {
   const auto cut = [&](Component& component, std::uint32_t across, std::uint32_t down, ChromaPhase before) {
     const std::uint32_t left = part.left + before.columns, top = part.top + before.rows;
     const ChromaPhase phase{left % across, top % down};
-    component.firstSample += top / down * component.strideBytes + left / across * component.stepBytes;
+    if (component.firstSample != nullptr) {
+      component.firstSample += top / down * component.strideBytes + left / across * component.stepBytes;
+    }
     component.width = (part.width + phase.columns + across - 1) / across;
     component.height = (part.height + phase.rows + down - 1) / down;
     return phase;

@@ -1,14 +1,15 @@
 #include "platform/hevc/parameter_sets.h"
 
 #include <algorithm>
+#include <bit>
 
-#include "platform/hevc/syntax.h"
 #include "platform/values/limits.h"
 
 namespace quellor::hevc {
 namespace {
 
 constexpr unsigned kMaximumSide = 1U << 20;
+constexpr unsigned kMaximumSubLayers = 6;  // sps_max_sub_layers_minus1 (7.4.3.2.1)
 constexpr const char* kExtension = "a tool of the range or screen content extensions";
 
 /// Its offsets are in units of colour differences (table 6-1).
@@ -105,13 +106,56 @@ void readTiles(BitReader& reader, Pps& pps) {
   reader.flag();
 }
 
+/// Sizes of the decoded picture buffer, one for each sub-layer or one for all. False where they are impossible
+/// (7.4.3.2.1; A.4.2 for the greatest size).
+bool readBufferSizes(BitReader& reader, unsigned subLayers) {
+  constexpr unsigned kMaximumBuffer = 16;
+  for (unsigned i = reader.flag() ? 0 : subLayers; i <= subLayers; ++i) {
+    const unsigned greatest = reader.unsignedGolomb(kMaximumBuffer - 1);
+    reader.unsignedGolomb(greatest);  // pictures that come before one in decoding and behind it in output
+    reader.unsignedGolomb();
+  }
+  return !reader.failed();
+}
+
+/// Whether a set that was read ends no later than its trailing bits begin (7.3.2.11).
+bool isWhole(const BitReader& reader, ByteView payload) {
+  while (!payload.empty() && payload.back() == 0) payload = payload.first(payload.size() - 1);
+  if (payload.empty() || reader.failed()) return false;
+  const auto zeros = static_cast<std::size_t>(std::countr_zero(payload.back()));
+  return reader.position() + zeros < 8 * payload.size();
+}
+
 }  // namespace
+
+std::optional<unsigned> parseVps(ByteView payload) {
+  constexpr unsigned kMaximumLayerSets = 1024;
+  BitReader reader(payload);
+  const unsigned id = reader.bits(4);
+  const bool baseLayer = reader.bits(2) == 3;  // there, and in these units
+  reader.skip(6);
+  const unsigned subLayers = reader.bits(3);
+  reader.skip(1);
+  if (!baseLayer || reader.bits(16) != 0xFFFF || subLayers > kMaximumSubLayers) return std::nullopt;
+  skipProfileTierLevel(reader, subLayers);
+  if (!readBufferSizes(reader, subLayers)) return std::nullopt;
+  const unsigned layers = reader.bits(6) + 1;
+  for (unsigned sets = reader.unsignedGolomb(kMaximumLayerSets - 1); sets > 0; --sets) reader.skip(layers);
+  if (reader.flag()) {  // timing
+    reader.skip(64);
+    if (reader.flag()) reader.unsignedGolomb();
+    if (reader.unsignedGolomb() != 0) return std::nullopt;
+  }
+  reader.flag();  // extension
+  return isWhole(reader, payload) ? std::optional(id) : std::nullopt;
+}
 
 std::optional<Sps> parseSps(ByteView payload, unsigned& id) {
   BitReader reader(payload);
   Sps sps;
-  reader.skip(4);
+  sps.vpsId = reader.bits(4);
   const unsigned subLayers = reader.bits(3);
+  if (subLayers > kMaximumSubLayers) return std::nullopt;
   reader.skip(1);
   skipProfileTierLevel(reader, subLayers);
   id = reader.unsignedGolomb(kMaximumSps - 1);
@@ -123,11 +167,7 @@ std::optional<Sps> parseSps(ByteView payload, unsigned& id) {
   sps.bitDepthLuma = 8 + reader.unsignedGolomb(8);
   sps.bitDepthChroma = 8 + reader.unsignedGolomb(8);
   sps.pocBits = 4 + reader.unsignedGolomb(12);
-  for (unsigned i = reader.flag() ? 0 : subLayers; i <= subLayers; ++i) {
-    reader.unsignedGolomb();
-    reader.unsignedGolomb();
-    reader.unsignedGolomb();
-  }
+  if (!readBufferSizes(reader, subLayers)) return std::nullopt;
   readBlockSizes(reader, sps);
   if (reader.flag() && reader.flag()) skipScalingLists(reader);
   reader.flag();  // asymmetric motion partitions
@@ -138,10 +178,12 @@ std::optional<Sps> parseSps(ByteView payload, unsigned& id) {
   if (sps.notFollowed == nullptr) {
     sps.temporalMvp = reader.flag();
     reader.flag();  // strong intra smoothing
-    if (reader.flag()) sps.chromaLocation = readChromaLocation(reader, subLayers);
+    if (reader.flag()) sps.usability = readVideoUsability(reader, subLayers);
     if (mayChangeIntraParsing(reader)) sps.notFollowed = kExtension;
   }
-  if (reader.failed() || !hasLegalBlockSizes(sps)) return std::nullopt;
+  // Where reading stopped before its end, nothing is known of that.
+  const bool toTheEnd = sps.notFollowed == nullptr || sps.notFollowed == kExtension;
+  if (reader.failed() || (toTheEnd && !isWhole(reader, payload)) || !hasLegalBlockSizes(sps)) return std::nullopt;
   return sps;
 }
 
@@ -184,7 +226,7 @@ std::optional<Pps> parsePps(ByteView payload, unsigned& id) {
   reader.unsignedGolomb(4);
   pps.headerExtension = reader.flag();
   if (ppsMayChangeIntraParsing(reader, pps.transformSkip)) pps.notFollowed = kExtension;
-  if (reader.failed()) return std::nullopt;
+  if (!isWhole(reader, payload)) return std::nullopt;
   return pps;
 }
 

@@ -3,6 +3,7 @@
 #include <optional>
 #include <vector>
 
+#include "platform/hevc/syntax.h"
 #include "platform/values/bytes.h"
 
 /// What of HEVC's parameter sets (ITU-T H.265, 7.3.2) decides how slices are parsed and how large they are.
@@ -15,6 +16,7 @@ inline constexpr unsigned k422 = 2;
 inline constexpr unsigned k444 = 3;
 
 struct Sps {
+  unsigned vpsId = 0;
   /// The first coding tool that the set allows and the parser of slices does not follow, in words that live as long as
   /// the program; null when it follows all of them. What is not followed: tools of the range and screen content
   /// extensions that change how an intra slice is parsed, separate color planes, predicted sets of reference pictures.
@@ -24,7 +26,7 @@ struct Sps {
   unsigned height = 0;
   unsigned shownWidth = 0;  // of the conformance window; 0 where that leaves nothing
   unsigned shownHeight = 0;
-  std::optional<unsigned> chromaLocation;  // where signalled; of 4:2:0, a type of ITU-T H.273, 8.7
+  VideoUsability usability;
   unsigned bitDepthLuma = 8;
   unsigned bitDepthChroma = 8;
   unsigned pocBits = 4;
@@ -77,10 +79,15 @@ struct Pps {
 };
 
 /// `payload` is the unit behind its two-byte header, without emulation prevention; `id` receives the set's number.
-/// Absent when the set breaks the standard's rules. May throw std::bad_alloc.
+/// Absent when the set breaks the standard's rules or ends too early. May throw std::bad_alloc.
 [[nodiscard]] std::optional<Sps> parseSps(ByteView payload, unsigned& id);
 [[nodiscard]] std::optional<Pps> parsePps(ByteView payload, unsigned& id);
 
+/// The number of a video parameter set. What such a set says has no bearing on an intra picture, but decoders refuse a
+/// picture without one that is in order. Absent, too, where it has hypothetical decoder parameters, which are not read.
+[[nodiscard]] std::optional<unsigned> parseVps(ByteView payload);
+
+inline constexpr unsigned kMaximumVps = 16;  // 7.4.3.1
 inline constexpr unsigned kMaximumSps = 16;  // 7.4.3.2.1
 inline constexpr unsigned kMaximumPps = 64;  // 7.4.3.3.1
 

@@ -75,19 +75,24 @@ bool skipShortTermSet(BitReader& reader, unsigned index) {
   return true;
 }
 
-std::optional<unsigned> readChromaLocation(BitReader& reader, unsigned subLayers) {
-  std::optional<unsigned> location;
+VideoUsability readVideoUsability(BitReader& reader, unsigned subLayers) {
+  VideoUsability usability;
   constexpr unsigned kExtendedAspectRatio = 255;  // EXTENDED_SAR, table E.1
   if (reader.flag() && reader.bits(8) == kExtendedAspectRatio) reader.skip(32);
   if (reader.flag()) {  // overscan
     reader.flag();
   }
   if (reader.flag()) {  // video signal type
-    reader.skip(4);
-    reader.skip(reader.flag() ? 24 : 0);
+    reader.skip(3);
+    usability.coding.fullRange = reader.flag();
+    if (reader.flag()) {
+      usability.coding.colorPrimaries = static_cast<std::uint16_t>(reader.bits(8));
+      usability.coding.transferCharacteristics = static_cast<std::uint16_t>(reader.bits(8));
+      usability.coding.matrixCoefficients = static_cast<std::uint16_t>(reader.bits(8));
+    }
   }
   if (reader.flag()) {  // chroma location
-    location = reader.unsignedGolomb();
+    usability.chromaLocation = reader.unsignedGolomb();
     reader.unsignedGolomb();
   }
   reader.skip(3);
@@ -103,7 +108,7 @@ std::optional<unsigned> readChromaLocation(BitReader& reader, unsigned subLayers
     reader.skip(3);
     for (int value = 0; value < 5; ++value) reader.unsignedGolomb();
   }
-  return location;
+  return usability;
 }
 
 }  // namespace quellor::hevc

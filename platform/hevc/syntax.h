@@ -4,6 +4,7 @@
 #include <optional>
 
 #include "platform/values/bit_reader.h"
+#include "platform/values/color.h"
 
 /// The syntax of parameter sets and slice headers: its descriptors, and the structures that several of them hold.
 namespace quellor::hevc {
@@ -17,8 +18,13 @@ void skipScalingLists(BitReader& reader);
 /// Reads past st_ref_pic_set( index ) (7.3.7). False when it is predicted from another set, which is not followed here.
 [[nodiscard]] bool skipShortTermSet(BitReader& reader, unsigned index);
 
-/// Reads vui_parameters() (E.2.1) to its end, as what comes behind it matters to parsing. The result is
-/// chroma_sample_loc_type_top_field where it is signalled: of a frame, that of both fields.
-std::optional<unsigned> readChromaLocation(BitReader& reader, unsigned subLayers);
+/// What of vui_parameters() (E.2.1) is of use.
+struct VideoUsability {
+  Cicp coding;
+  std::optional<unsigned> chromaLocation;  // chroma_sample_loc_type_top_field: of a frame, that of both fields
+};
+
+/// Reads vui_parameters() to its end, as what comes behind it matters to parsing.
+VideoUsability readVideoUsability(BitReader& reader, unsigned subLayers);
 
 }  // namespace quellor::hevc

@@ -27,25 +27,30 @@ class ParameterSets {
   [[nodiscard]] Active activeFor(const RawPayload& raw, unsigned unitType) const;
 
  private:
+  std::array<bool, kMaximumVps> vps_{};  // those that are there
   std::array<std::optional<Sps>, kMaximumSps> sps_;
   std::array<std::optional<Pps>, kMaximumPps> pps_;
   bool lacksSome_ = false;
 };
 
 void ParameterSets::store(const NalUnit& unit) {
-  if (unit.type != kSpsUnit && unit.type != kPpsUnit) return;
+  if (unit.type != kVpsUnit && unit.type != kSpsUnit && unit.type != kPpsUnit) return;
   const RawPayload raw = removeEmulationPrevention(unit.payload);
   unsigned id = 0;
-  if (unit.type == kPpsUnit) {
-    if (auto pps = parsePps(raw.bytes, id)) {
-      pps_[id] = std::move(pps);
-      return;
-    }
-  } else if (const auto sps = parseSps(raw.bytes, id)) {
-    sps_[id] = sps;
-    return;
+  if (unit.type == kVpsUnit) {
+    const auto vps = parseVps(raw.bytes);
+    if (vps) vps_[*vps] = true;
+    lacksSome_ = lacksSome_ || !vps;
+  } else if (unit.type == kSpsUnit) {
+    const auto sps = parseSps(raw.bytes, id);
+    const bool understood = sps && vps_[sps->vpsId];
+    if (understood) sps_[id] = sps;
+    lacksSome_ = lacksSome_ || !understood;
+  } else {
+    auto pps = parsePps(raw.bytes, id);
+    lacksSome_ = lacksSome_ || !pps;
+    if (pps) pps_[id] = std::move(pps);
   }
-  lacksSome_ = true;
 }
 
 ParameterSets::Active ParameterSets::activeFor(const RawPayload& raw, unsigned unitType) const {
@@ -150,6 +155,7 @@ std::optional<PictureShape> shapeOf(std::span<const NalUnit> units) {
   shape.wavefront = active.pps->wavefront;
   shape.tiles = active.pps->tiles;
   shape.constrainedIntra = active.pps->constrainedIntra;
+  shape.coding = sps.usability.coding;
   shape.pcmWithoutChroma = sps.pcm && sps.chromaArrayType == kMonochrome;
   shape.hasPictureHash = std::any_of(units.begin(), units.end(), mayHoldPictureHash);
   return shape;

@@ -6,6 +6,7 @@
 #include <span>
 
 #include "platform/hevc/nal.h"
+#include "platform/values/color.h"
 
 namespace quellor::hevc {
 
@@ -56,6 +57,7 @@ struct PictureShape {
   bool tiles = false;
   bool constrainedIntra = false;  // constrained_intra_pred_flag
   bool pcmWithoutChroma = false;  // PCM is allowed in a picture that is luma alone
+  Cicp coding;                    // as the stream signals it
   /// Whether a hash of the decoded samples comes with the picture (decoded picture hash, ITU-T H.265, D.3.19), or
   /// supplemental information that cannot be read. Only a decoder can compare the one and judge the other.
   bool hasPictureHash = false;

@@ -14,6 +14,9 @@ class BitReader {
 
   [[nodiscard]] bool failed() const { return failed_; }
 
+  /// How many bits have been read.
+  [[nodiscard]] std::size_t position() const { return position_; }
+
   /// u(count): 0 to 32 bits.
   std::uint32_t bits(unsigned count) {
     if (count > 8 * bytes_.size() - position_) {

@@ -75,10 +75,24 @@ inline std::uint16_t loadSample(const std::uint8_t* from, std::size_t sampleByte
   return sampleBytes == 1 ? *from : loadSample<std::uint16_t>(from);
 }
 
+/// What the samples of an image are, without the samples.
+struct RasterShape {
+  std::uint32_t width = 0;
+  std::uint32_t height = 0;
+  int bitsPerComponent = 8;
+  SampleModel model = SampleModel::rgb;
+  bool alpha = false;
+  bool premultiplied = false;
+  friend bool operator==(const RasterShape&, const RasterShape&) = default;
+};
+
 /// Decoded samples exactly as they were coded: no colour conversion, no rotation, clean aperture applied.
 ///
 /// A sample takes one byte up to 8 bits per component and two bytes, in the machine's byte order, above. `owner`
 /// keeps the memory alive that the components point into; nobody else does, and nothing changes it.
+///
+/// Inside platform/formats there are rasters without samples, too: all that is said of them holds but for the samples,
+/// and every `firstSample` is null. They stand for pictures that were proved whole instead of being decoded.
 struct Raster {
   std::uint32_t width = 0;  // 1 or more
   std::uint32_t height = 0;
@@ -93,6 +107,13 @@ struct Raster {
   ChromaSiting chromaSiting = ChromaSiting::left;
   ChromaPhase chromaPhase;
   std::shared_ptr<const void> owner;
+
+  [[nodiscard]] bool hasSamples() const { return !components.empty() && components.front().firstSample != nullptr; }
 };
+
+inline RasterShape shapeOf(const Raster& raster) {
+  return {raster.width, raster.height,           raster.bitsPerComponent,
+          raster.model, raster.alpha.has_value(), raster.premultiplied};
+}
 
 }  // namespace quellor

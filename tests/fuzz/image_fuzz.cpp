@@ -1,4 +1,5 @@
-// Properties: an image that decodes has a description, a size within the limits, and samples that can all be read.
+// Properties: an image that decodes has a description, a size within the limits, and samples that can all be read; what
+// a look says of a file is what decoding it gives.
 
 #include <string_view>
 
@@ -43,8 +44,11 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const ImageFormat* const format = formatOf(file);
   if (format == nullptr) return 0;
   const auto facts = format->describe(file);
+  const auto look = format->look(file);
   const auto raster = format->decode(file);
+  FUZZ_REQUIRE(look.has_value() == raster.has_value());
   if (!raster) return 0;
+  FUZZ_REQUIRE(look->shape == shapeOf(*raster));
   FUZZ_REQUIRE(facts.has_value());
   check(*raster);
   return 0;

@@ -1,6 +1,8 @@
 #include "platform/bitmap_context.h"
 
 #include <array>
+#include <utility>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -12,12 +14,13 @@ namespace {
 
 ColorSpace spaceOf(ColorModel model) { return {model, std::nullopt, nullptr, false}; }
 
-Image imageOf(std::uint32_t width, std::uint32_t height, SampleModel model = SampleModel::rgb) {
-  Image image;
-  image.raster.width = width;
-  image.raster.height = height;
-  image.raster.model = model;
-  return image;
+Image imageOf(std::uint32_t width, std::uint32_t height, SampleModel model, std::vector<Component> components) {
+  Raster raster;
+  raster.width = width;
+  raster.height = height;
+  raster.model = model;
+  raster.components = std::move(components);
+  return {std::move(raster), std::nullopt};
 }
 
 TEST(BitmapContext, RefusesSpacesWithoutThreeComponents) {
@@ -49,12 +52,10 @@ TEST(BitmapContext, RefusesMemoryThatDoesNotFitItsSize) {
 class Drawn : public testing::Test {
  protected:
   /// A row of two pixels.
-  Drawn() : image_(imageOf(2, 1)) {
-    for (std::size_t i = 0; i < 3; ++i) image_.raster.components.push_back({samples_.data() + i, 3, 6, 2, 1});
-  }
+  [[nodiscard]] Component color(std::size_t index) const { return {samples_.data() + index, 3, 6, 2, 1}; }
 
   const std::array<std::uint8_t, 6> samples_ = {255, 0, 1, 2, 128, 254};
-  Image image_;
+  const Image image_ = imageOf(2, 1, SampleModel::rgb, {color(0), color(1), color(2)});
 };
 
 TEST_F(Drawn, StoredColorsAreSampleForSample) {
@@ -69,9 +70,15 @@ TEST_F(Drawn, NothingIsOfAnotherSizeOrOfGrey) {
   Bytes pixels(8);
   const auto context = bitmapContextOver(pixels, 1, 2, spaceOf(ColorModel::rgb));
   EXPECT_FALSE(context->draw(image_));
-  Image grey = imageOf(1, 2, SampleModel::grey);
-  grey.raster.components = {{samples_.data(), 1, 1, 1, 2}};
-  EXPECT_FALSE(context->draw(grey));
+  EXPECT_FALSE(context->draw(imageOf(1, 2, SampleModel::grey, {{samples_.data(), 1, 1, 1, 2}})));
+  EXPECT_EQ(pixels, Bytes(8, 0));
+}
+
+TEST_F(Drawn, NothingIsOfAnImageWhoseSamplesCannotBeMade) {
+  Bytes pixels(8);
+  const auto context = bitmapContextOver(pixels, 2, 1, spaceOf(ColorModel::rgb));
+  const Image image({.width = 2, .height = 1}, std::nullopt, [] { return std::nullopt; });
+  EXPECT_FALSE(context->draw(image));
   EXPECT_EQ(pixels, Bytes(8, 0));
 }
 

@@ -325,7 +325,7 @@ class ForgetfulSource final : public ImageSource {
     if (asked_++ > 0) properties.set("Orientation", std::uint32_t{6});
     return properties;
   }
-  [[nodiscard]] std::optional<Image> imageAt(std::size_t) const override { return Image{}; }
+  [[nodiscard]] std::optional<Image> imageAt(std::size_t) const override { return Image(Raster{}, std::nullopt); }
   [[nodiscard]] ByteView file() const override { return {}; }
   [[nodiscard]] std::optional<PropertyDictionary> auxiliaryDataInfoAt(std::size_t, std::string_view) const override {
     return std::nullopt;

@@ -17,13 +17,15 @@ using ::testing::IsEmpty;
 
 ColorSpace rgbSpace() { return {ColorModel::rgb, "Some Space", std::make_shared<const Bytes>(Bytes{1, 2, 3}), true}; }
 
-Image imageOf(std::uint32_t width, std::uint32_t height) {
-  Image image;
-  image.raster.width = width;
-  image.raster.height = height;
-  image.colorSpace = rgbSpace();
-  return image;
+Raster rasterOf(std::uint32_t width, std::uint32_t height, SampleModel model = SampleModel::rgb) {
+  Raster raster;
+  raster.width = width;
+  raster.height = height;
+  raster.model = model;
+  return raster;
 }
+
+Image imageOf(std::uint32_t width, std::uint32_t height) { return {rasterOf(width, height), rgbSpace()}; }
 
 template <typename Step>
 std::string raisedBy(Step step) {
@@ -47,7 +49,7 @@ Bytes pixelsOf(const FakePlatform& platform, const Image& image) {
 TEST(LoadStorageCGImage, OpensAndDecodesImage0) {
   FakePlatform platform;
   FakeImage fake;
-  fake.image = imageOf(30, 20);
+  fake.image = {rasterOf(30, 20), rgbSpace()};
   fake.properties->set("Orientation", 6);
   platform.add("/in.png", fake);
   const Image image = loadStorageCGImage(platform.images, "/in.png");
@@ -102,17 +104,19 @@ TEST(NormalizeToRGBA8StoragePixels, GathersTheFactsOfTheDecodedImage) {
 
 TEST(NormalizeToRGBA8StoragePixels, NamesTheAlphaLayoutThatThePixelsHaveLost) {
   const FakePlatform platform;
-  Image image = imageOf(1, 1);
-  image.raster.alpha = Component{};
-  EXPECT_EQ(normalizeToRGBA8StoragePixels(platform.images, image).second.alphaInfo, "last");
-  image.raster.premultiplied = true;
-  EXPECT_EQ(normalizeToRGBA8StoragePixels(platform.images, image).second.alphaInfo, "premultipliedLast");
+  const auto layoutOf = [&](const Raster& raster) {
+    return normalizeToRGBA8StoragePixels(platform.images, Image(raster, rgbSpace())).second.alphaInfo;
+  };
+  Raster raster = rasterOf(1, 1);
+  raster.alpha = Component{};
+  EXPECT_EQ(layoutOf(raster), "last");
+  raster.premultiplied = true;
+  EXPECT_EQ(layoutOf(raster), "premultipliedLast");
 }
 
 TEST(NormalizeToRGBA8StoragePixels, LeavesOutANameAndAProfileThatTheSpaceDoesNotHave) {
   const FakePlatform platform;
-  Image image = imageOf(1, 1);
-  image.colorSpace = ColorSpace(ColorModel::rgb, std::nullopt, nullptr, false);
+  const Image image(rasterOf(1, 1), ColorSpace(ColorModel::rgb, std::nullopt, nullptr, false));
   const auto meta = normalizeToRGBA8StoragePixels(platform.images, image).second;
   EXPECT_FALSE(meta.colorSpaceName);
   EXPECT_FALSE(meta.iccSHA256);
@@ -121,8 +125,7 @@ TEST(NormalizeToRGBA8StoragePixels, LeavesOutANameAndAProfileThatTheSpaceDoesNot
 TEST(NormalizeToRGBA8StoragePixels, RaisesCode3WithoutAColorSpaceWhateverTheDimensions) {
   const FakePlatform platform;
   for (const auto& [width, height] : {std::pair(2u, 2u), std::pair(0u, 0u)}) {
-    Image image = imageOf(width, height);
-    image.colorSpace = std::nullopt;
+    const Image image(rasterOf(width, height), std::nullopt);
     EXPECT_EQ(raisedByNormalizing(platform, image), "heic 3 missing_color_space missing_color_space");
   }
   EXPECT_THAT(platform.calls, IsEmpty());
@@ -139,17 +142,15 @@ TEST(NormalizeToRGBA8StoragePixels, RaisesCode4ForADimensionBelow1) {
 TEST(NormalizeToRGBA8StoragePixels, RaisesCode5ForGreyAndCmyk) {
   const FakePlatform platform;
   for (const ColorModel model : {ColorModel::grey, ColorModel::cmyk}) {
-    Image image = imageOf(2, 2);
-    image.raster.model = model == ColorModel::grey ? SampleModel::grey : SampleModel::cmyk;
-    image.colorSpace = ColorSpace(model, "Some Space", nullptr, false);
+    const SampleModel samples = model == ColorModel::grey ? SampleModel::grey : SampleModel::cmyk;
+    const Image image(rasterOf(2, 2, samples), ColorSpace(model, "Some Space", nullptr, false));
     EXPECT_EQ(raisedByNormalizing(platform, image), "heic 5 rgba_draw_failed rgba_draw_failed");
   }
 }
 
 TEST(NormalizeToRGBA8StoragePixels, RaisesCode5WhereNothingCanBeDrawn) {
   FakePlatform platform;
-  Image grey = imageOf(2, 2);
-  grey.raster.model = SampleModel::grey;
+  const Image grey(rasterOf(2, 2, SampleModel::grey), rgbSpace());
   EXPECT_EQ(raisedByNormalizing(platform, grey), "heic 5 rgba_draw_failed rgba_draw_failed");
   platform.images.drawing = nullptr;
   EXPECT_EQ(raisedByNormalizing(platform, imageOf(2, 2)), "heic 5 rgba_draw_failed rgba_draw_failed");

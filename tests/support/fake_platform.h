@@ -14,11 +14,18 @@
 /// A platform made of values: what it answers is set by the test, what it was asked is kept in order.
 namespace quellor::test_support {
 
+/// What a fake image is made of. Its samples may be missing; what is known without them is not.
+struct FakePicture {
+  Raster raster;
+  std::optional<ColorSpace> colorSpace;
+  bool hasSamples = true;
+};
+
 /// Everything that a fake image source answers.
 struct FakeImage {
   std::size_t count = 1;
   std::optional<PropertyDictionary> properties = PropertyDictionary{};
-  std::optional<Image> image = Image{};
+  std::optional<FakePicture> image = FakePicture{};
   std::map<std::string, PropertyDictionary, std::less<>> auxiliaryInfo;  // by type
 };
 
@@ -44,7 +51,12 @@ class FakeImageSource final : public ImageSource {
   }
   [[nodiscard]] std::optional<Image> imageAt(std::size_t index) const override {
     calls_.push_back("decode " + std::to_string(index));
-    return answers_.count == 0 ? std::nullopt : answers_.image;
+    if (answers_.count == 0 || !answers_.image) return std::nullopt;
+    const auto makeSamples = [picture = *answers_.image, &calls = calls_]() -> std::optional<Raster> {
+      calls.emplace_back("make samples");
+      return picture.hasSamples ? std::optional(picture.raster) : std::nullopt;
+    };
+    return Image(shapeOf(answers_.image->raster), answers_.image->colorSpace, makeSamples);
   }
   [[nodiscard]] ByteView file() const override { return {}; }
   [[nodiscard]] std::optional<PropertyDictionary> auxiliaryDataInfoAt(std::size_t index,
@@ -167,7 +179,7 @@ class FakeImageDestination final : public ImageDestination {
   [[nodiscard]] FakeImage whatWasAdded() const {
     FakeImage added;
     added.properties = writing_.properties;
-    if (writing_.image) added.image = writing_.image;
+    if (writing_.image) added.image = FakePicture{*writing_.image->raster(), writing_.image->colorSpace()};
     return added;
   }
 
@@ -195,7 +207,10 @@ class FakeBitmapContext final : public BitmapContext {
  public:
   FakeBitmapContext(std::span<std::uint8_t> pixels, const Drawing& drawing) : pixels_(pixels), drawing_(drawing) {}
 
-  [[nodiscard]] bool draw(const Image& image) const override { return drawing_(image.raster, pixels_); }
+  [[nodiscard]] bool draw(const Image& image) const override {
+    const Raster* const raster = image.raster();
+    return raster != nullptr && drawing_(*raster, pixels_);
+  }
 
  private:
   std::span<std::uint8_t> pixels_;
