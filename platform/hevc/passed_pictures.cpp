@@ -51,7 +51,7 @@ bool isWorthThreads(const std::vector<NalUnit>& units) {
 Digest digestOf(const std::vector<NalUnit>& units) {
   Sha256 sha256;
   for (const NalUnit& unit : units) {
-    if (unit.type >= kFirstParameterSetUnit && unit.type != kSpsUnit && unit.type != kPpsUnit) continue;
+    if (unit.type > kPpsUnit) continue;  // neither a slice segment nor a parameter set
     std::array<std::uint8_t, 1 + sizeof(std::uint64_t)> frame = {static_cast<std::uint8_t>(unit.type)};
     std::uint64_t size = unit.payload.size();
     for (std::size_t i = 1; i < frame.size(); ++i, size >>= 8) frame[i] = static_cast<std::uint8_t>(size);
