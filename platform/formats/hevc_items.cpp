@@ -1,6 +1,7 @@
 #include "platform/formats/hevc_items.h"
 
 #include <algorithm>
+#include <array>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -44,10 +45,18 @@ bool isOfSize(const hevc::PictureShape& shape, const heif::Container& container,
   return size && size->width == shape.shownWidth && size->height == shape.shownHeight;
 }
 
+/// libavcodec has no format for samples of other depths, or of different ones.
+bool hasDecodedDepth(const hevc::PictureShape& shape) {
+  constexpr std::array<unsigned, 4> kDepths = {8, 9, 10, 12};
+  return std::find(kDepths.begin(), kDepths.end(), shape.bitDepthLuma) != kDepths.end() &&
+         (shape.chromaFormat == hevc::kMonochrome || shape.bitDepthChroma == shape.bitDepthLuma);
+}
+
 // libavcodec (5.1) decodes some pictures to other samples than the standard has, without an error. No camera is known
 // to make such, and encoders do only when they are told to; they are refused.
 
 std::optional<Refusal> refusalOf(const hevc::PictureShape& shape) {
+  if (!hasDecodedDepth(shape)) return Refusal{"the HEVC decoder does not know samples of that depth"};
   if (shape.tiles && shape.wavefront) return Refusal{"the HEVC decoder does not follow wavefronts in tiles"};
   if (shape.constrainedIntra) return Refusal{"the HEVC decoder is wrong about constrained intra prediction"};
   if (shape.pcmWithoutChroma) return Refusal{"the HEVC decoder looks for chroma in grey PCM"};

@@ -61,6 +61,11 @@ class ArithmeticDecoder {
     fetch();
   }
 
+  /// Whether arithmetic code can begin at byte `offset` of `data`.
+  [[nodiscard]] static bool canStart(ByteView data, std::size_t offset) {
+    return offset < data.size() && ArithmeticDecoder(data, offset).startsLegally();
+  }
+
   /// Whether the first bits are some that an encoder can have written (9.3.2.5). If not, nothing may be decoded.
   [[nodiscard]] bool startsLegally() const { return value_ < std::uint64_t{510} << kOffsetShift; }
 

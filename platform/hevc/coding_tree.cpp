@@ -19,21 +19,23 @@ constexpr std::array<std::uint8_t, 35> kChroma422Modes = {0,  1,  2,  2,  2,  2,
 
 }  // namespace
 
-CodingTreeParser::CodingTreeParser(const Sps& sps, const Pps& pps)
-    : sps_(sps),
-      pps_(pps),
-      ctbMask_((1U << sps.ctbLog2) - 1),
-      depthAbove_((std::size_t{sps.ctbColumns()} << sps.ctbLog2) >> sps.minCbLog2),
-      chromaOffset_(sps.ctbColumns()) {}
+CodingTreeParser::CodingTreeParser(const Sps& sps, const Pps& pps, LineAbove& above)
+    : sps_(sps), pps_(pps), ctbMask_((1U << sps.ctbLog2) - 1), above_(above) {}
 
 bool CodingTreeParser::start(ByteView data, std::size_t offset) {
-  if (offset >= data.size()) return false;
+  if (!ArithmeticDecoder::canStart(data, offset)) return false;
   data_ = data;
   decoder = ArithmeticDecoder(data, offset);
-  return decoder.startsLegally();
+  return true;
 }
 
-bool CodingTreeParser::parse(const SliceHeader& slice, unsigned column, unsigned row, bool hasLeft, bool hasAbove) {
+const char* CodingTreeParser::parse(const SliceHeader& slice, unsigned column, unsigned row, bool hasLeft,
+                                    bool hasAbove) {
+  if (!parseUnit(slice, column, row, hasLeft, hasAbove)) return "a coding tree unit is broken";
+  return decoder.overran() ? "a slice segment's code goes on behind its data" : nullptr;
+}
+
+bool CodingTreeParser::parseUnit(const SliceHeader& slice, unsigned column, unsigned row, bool hasLeft, bool hasAbove) {
   modeAbove_.fill(kDc);
   if (!hasLeft) {
     modeLeft_.fill(kDc);
@@ -41,13 +43,13 @@ bool CodingTreeParser::parse(const SliceHeader& slice, unsigned column, unsigned
   }
   if (!hasAbove) {
     const std::size_t blocks = std::size_t{1} << (sps_.ctbLog2 - sps_.minCbLog2);
-    std::fill_n(depthAbove_.begin() + static_cast<std::ptrdiff_t>(column * blocks), blocks, std::uint8_t{0});
+    std::fill_n(above_.depth.begin() + static_cast<std::ptrdiff_t>(column * blocks), blocks, std::uint8_t{0});
   }
   column_ = column;
   if (slice.saoLuma || slice.saoChroma) {
     parseSao(slice, hasLeft, hasAbove);
   } else {
-    chromaOffset_[column] = false;
+    above_.chromaOffset[column] = 0;
   }
   return parseQuadtree(column << sps_.ctbLog2, row << sps_.ctbLog2, sps_.ctbLog2, 0);
 }
@@ -56,17 +58,17 @@ bool CodingTreeParser::parse(const SliceHeader& slice, unsigned column, unsigned
 // its edge offsets.
 void CodingTreeParser::parseSao(const SliceHeader& slice, bool hasLeft, bool hasAbove) {
   if (hasLeft && decoder.decode(contexts.saoMerge)) {
-    chromaOffset_[column_] = chromaOffset_[column_ - 1];
+    above_.chromaOffset[column_] = above_.chromaOffset[column_ - 1];
     return;
   }
   if (hasAbove && decoder.decode(contexts.saoMerge)) return;
-  chromaOffset_[column_] = false;
+  above_.chromaOffset[column_] = 0;
   unsigned type = 0;
   for (unsigned component = 0; component < (sps_.chromaArrayType == kMonochrome ? 1U : 3U); ++component) {
     if (component == 0 ? !slice.saoLuma : !slice.saoChroma) continue;
     if (component < 2) type = !decoder.decode(contexts.saoType) ? 0 : !decoder.bypass() ? 1 : 2;
     if (type != 0) parseSaoOffsets(component, type);
-    if (component == 1) chromaOffset_[column_] = type != 0;
+    if (component == 1) above_.chromaOffset[column_] = type != 0 ? 1 : 0;
   }
 }
 
@@ -108,7 +110,7 @@ bool CodingTreeParser::splitsCodingUnit(unsigned x, unsigned y, unsigned log2Siz
   if (log2Size <= sps_.minCbLog2) return false;
   if (x + size > sps_.width || y + size > sps_.height) return true;
   const bool leftIsDeeper = depthLeft_[(y & ctbMask_) >> sps_.minCbLog2] > depth;
-  const bool aboveIsDeeper = depthAbove_[x >> sps_.minCbLog2] > depth;
+  const bool aboveIsDeeper = above_.depth[x >> sps_.minCbLog2] > depth;
   return decoder.decode(contexts.splitCodingUnit[(leftIsDeeper ? 1U : 0U) + (aboveIsDeeper ? 1U : 0U)]);
 }
 
@@ -120,12 +122,12 @@ bool CodingTreeParser::parseCodingUnit(unsigned x, unsigned y, unsigned log2Size
   unit.y = y;
   unit.log2Size = log2Size;
   unit.bypass = pps_.transquantBypass && decoder.decode(contexts.transquantBypass);
-  if (unit.bypass && chromaOffset_[column_]) exemptsChromaFromOffset = true;
+  if (unit.bypass && above_.chromaOffset[column_] != 0) exemptsChromaFromOffset = true;
   unit.split = log2Size == sps_.minCbLog2 && !decoder.decode(contexts.partMode);
   const bool mayBePcm = sps_.pcm && !unit.split && log2Size >= sps_.minPcmLog2 && log2Size <= sps_.maxPcmLog2;
   if (mayBePcm && decoder.terminate()) {
     storeLumaMode(x, y, 1U << log2Size, kDc);
-    if (sps_.pcmLoopFilterDisabled && chromaOffset_[column_]) exemptsChromaFromOffset = true;
+    if (sps_.pcmLoopFilterDisabled && above_.chromaOffset[column_] != 0) exemptsChromaFromOffset = true;
     return parsePcmSamples(log2Size);
   }
   parseModes(unit);
@@ -137,7 +139,7 @@ bool CodingTreeParser::parseCodingUnit(unsigned x, unsigned y, unsigned log2Size
 void CodingTreeParser::storeDepth(unsigned x, unsigned y, unsigned log2Size, unsigned depth) {
   const std::size_t blocks = std::size_t{1} << (log2Size - sps_.minCbLog2);
   std::fill_n(depthLeft_.begin() + ((y & ctbMask_) >> sps_.minCbLog2), blocks, static_cast<std::uint8_t>(depth));
-  std::fill_n(depthAbove_.begin() + (x >> sps_.minCbLog2), blocks, static_cast<std::uint8_t>(depth));
+  std::fill_n(above_.depth.begin() + (x >> sps_.minCbLog2), blocks, static_cast<std::uint8_t>(depth));
 }
 
 // 7.3.8.7. pcm_flag ended the arithmetic code like an end of data: a one and zeros up to a whole byte. Behind the

@@ -9,12 +9,23 @@
 
 namespace quellor::hevc {
 
+/// What coding tree units know of those above them. Rows can share it while they are parsed at the same time, if each
+/// stays two units behind the one above.
+struct LineAbove {
+  /// May throw std::bad_alloc.
+  explicit LineAbove(const Sps& sps)
+      : depth((std::size_t{sps.ctbColumns()} << sps.ctbLog2) >> sps.minCbLog2), chromaOffset(sps.ctbColumns()) {}
+
+  std::vector<std::uint8_t> depth;         // of the quadtree, by column of smallest coding blocks
+  std::vector<std::uint8_t> chromaOffset;  // by column of units: whether the chroma has sample adaptive offset
+};
+
 /// Parses coding_tree_unit() (ITU-T H.265, 7.3.8.2) of intra slices for the sake of its length alone: nothing is
 /// reconstructed, and of the decoding process only that is done which later syntax depends on.
 class CodingTreeParser {
  public:
-  /// Both must outlive the parser. May throw std::bad_alloc.
-  CodingTreeParser(const Sps& sps, const Pps& pps);
+  /// All must outlive the parser.
+  CodingTreeParser(const Sps& sps, const Pps& pps, LineAbove& above);
 
   /// Where the next unit is read from, and what is known of symbol probabilities.
   ArithmeticDecoder decoder;
@@ -28,8 +39,8 @@ class CodingTreeParser {
   [[nodiscard]] bool start(ByteView data, std::size_t offset);
 
   /// Parses the unit at `column` and `row`, in coding tree blocks. The flags say whether the units beside it belong
-  /// to the same slice and tile. False when the data break a rule. Units must come in the order of coding.
-  [[nodiscard]] bool parse(const SliceHeader& slice, unsigned column, unsigned row, bool hasLeft, bool hasAbove);
+  /// to the same slice and tile. Null, or what is wrong. Units must come in the order of coding.
+  [[nodiscard]] const char* parse(const SliceHeader& slice, unsigned column, unsigned row, bool hasLeft, bool hasAbove);
 
  private:
   struct CodingUnit {
@@ -53,6 +64,7 @@ class CodingTreeParser {
     unsigned codedCr = 0;
   };
 
+  bool parseUnit(const SliceHeader& slice, unsigned column, unsigned row, bool hasLeft, bool hasAbove);
   void parseSao(const SliceHeader& slice, bool hasLeft, bool hasAbove);
   void parseSaoOffsets(unsigned component, unsigned type);
   bool parseQuadtree(unsigned x, unsigned y, unsigned log2Size, unsigned depth);
@@ -74,16 +86,15 @@ class CodingTreeParser {
   const Sps& sps_;
   const Pps& pps_;
   unsigned ctbMask_;
+  LineAbove& above_;
   ByteView data_;
   // What the neighbours chose: the quadtree depth by smallest coding block, the luma mode by four samples. Those
   // above a coding tree block count for the depth only (8.4.2).
-  std::vector<std::uint8_t> depthAbove_;
   std::array<std::uint8_t, 8> depthLeft_{};
   std::array<std::uint8_t, 16> modeAbove_{};
   std::array<std::uint8_t, 16> modeLeft_{};
   bool qpDeltaCoded_ = false;
-  std::vector<bool> chromaOffset_;  // by column: whether the last unit has sample adaptive offset in its chroma
-  unsigned column_ = 0;             // of the unit that is being parsed
+  unsigned column_ = 0;  // of the unit that is being parsed
 };
 
 }  // namespace quellor::hevc

@@ -1,5 +1,6 @@
 #include "platform/hevc/passed_pictures.h"
 
+#include <algorithm>
 #include <array>
 #include <map>
 #include <mutex>
@@ -37,12 +38,20 @@ PassedPictures& passedPictures() {
   return pictures;
 }
 
+/// Bytes of a slice segment above which threads save more time than it takes to start them.
+constexpr std::size_t kWorthThreads = 16 * 1024;
+
+bool isWorthThreads(const std::vector<NalUnit>& units) {
+  const auto isLarge = [](const NalUnit& unit) { return unit.payload.size() >= kWorthThreads; };
+  return std::any_of(units.begin(), units.end(), isLarge);
+}
+
 /// Of all that a judgement depends on. Each unit stands behind its type and its length, so that no two pictures give
 /// the same bytes.
 Digest digestOf(const std::vector<NalUnit>& units) {
   Sha256 sha256;
   for (const NalUnit& unit : units) {
-    if (unit.type >= kFirstParameterSetUnit && unit.type != kSpsUnit && unit.type != kPpsUnit) continue;
+    if (unit.type > kPpsUnit) continue;  // neither a slice segment nor a parameter set
     std::array<std::uint8_t, 1 + sizeof(std::uint64_t)> frame = {static_cast<std::uint8_t>(unit.type)};
     std::uint64_t size = unit.payload.size();
     for (std::size_t i = 1; i < frame.size(); ++i, size >>= 8) frame[i] = static_cast<std::uint8_t>(size);
@@ -58,7 +67,7 @@ Judgement judgementOf(const NalStream& stream, const Spread& spread) {
   const auto units = stream.units();
   const Digest digest = digestOf(units);
   if (const auto known = passedPictures().find(digest)) return *known;
-  const Judgement judgement = verify(units, spread);
+  const Judgement judgement = verify(units, isWorthThreads(units) ? spread : Spread());
   if (judgement.verdict != Verdict::damaged) passedPictures().insert(digest, judgement);
   return judgement;
 }

@@ -4,30 +4,22 @@
 #include <vector>
 
 #include "platform/hevc/coding_tree.h"
+#include "platform/hevc/ctb_layout.h"
 
 namespace quellor::hevc {
 
-/// The order of a picture's coding tree blocks and the tiles that they lie in (ITU-T H.265, 6.5.1).
-struct CtbLayout {
-  std::vector<unsigned> order;     // raster addresses in the order of coding
-  std::vector<unsigned> tile;      // by raster address
-  std::vector<unsigned> tileLeft;  // by raster address: the first column of its tile
-};
-
-/// Empty when the tiles do not fit the picture. May throw std::bad_alloc.
-[[nodiscard]] CtbLayout layOut(const Sps& sps, const Pps& pps);
-
-class EntryPoints;
+class ParallelSubsets;
 
 /// Parses the slice segments of a picture, one after another, to find out whether the arithmetic code of each ends
 /// exactly where its data end, and whether together they cover the picture.
 class PictureParser {
  public:
-  /// `sps` and `pps` must outlive the parser. May throw std::bad_alloc.
-  PictureParser(const Sps& sps, const Pps& pps);
+  /// `sps`, `pps` and `spread` must outlive the parser. May throw std::bad_alloc.
+  PictureParser(const Sps& sps, const Pps& pps, const Spread& spread);
 
   /// slice_segment_data() of 7.3.8.1. `removed` are the places in `data` before which an emulation prevention byte
-  /// stood, ascending. `damaged` when this is not an intact segment that goes on where the last one ended.
+  /// stood, ascending. `damaged` when this is not an intact segment that goes on where the last one ended. May throw
+  /// std::bad_alloc, and what the spread throws.
   [[nodiscard]] Judgement parse(const SliceHeader& header, ByteView data, std::span<const std::size_t> removed);
 
   /// Whether all coding tree units have been parsed.
@@ -38,16 +30,19 @@ class PictureParser {
 
  private:
   [[nodiscard]] bool belongsTogether(unsigned address, unsigned neighbour) const;
-  [[nodiscard]] bool startsRow(unsigned address) const;
-  [[nodiscard]] bool startsSubset() const;
   void chooseContexts(const SliceHeader& header, unsigned address, bool firstInSegment);
   const char* parseUnit(const SliceHeader& header, bool firstInSegment);
-  const char* parseUnits(const SliceHeader& header, ByteView data, EntryPoints& entryPoints);
-  const char* startNextSubset(ByteView data, EntryPoints& entryPoints);
+  const char* parseSegment(const SliceHeader& header, ByteView data, std::span<const std::size_t> removed);
+  const char* parseAtOnce(ParallelSubsets& subsets, const SliceHeader& header, ByteView data,
+                          std::span<const std::size_t> starts);
+  const char* parseUnits(const SliceHeader& header, ByteView data, std::span<const std::size_t> starts);
+  const char* startNextSubset(ByteView data, std::span<const std::size_t> starts, std::size_t index);
 
   const Sps& sps_;
   const Pps& pps_;
+  const Spread& spread_;
   CtbLayout layout_;
+  LineAbove above_;
   CodingTreeParser units_;
   Contexts afterSecondUnit_{};  // of the row above, for wavefronts
   Contexts afterSegment_{};

@@ -63,6 +63,8 @@ bool isSliceSegment(const NalUnit& unit) { return unit.type < kFirstParameterSet
 
 class Verifier {
  public:
+  explicit Verifier(const Spread& spread) : spread_(spread) {}
+
   Judgement verify(std::span<const NalUnit> units);
 
  private:
@@ -70,6 +72,7 @@ class Verifier {
   [[nodiscard]] Judgement missingParameterSets() const;
   Judgement follow(const ParameterSets::Active& active);
 
+  const Spread& spread_;
   ParameterSets sets_;
   ParameterSets::Active active_;
   std::optional<PictureParser> picture_;
@@ -88,7 +91,7 @@ Judgement Verifier::follow(const ParameterSets::Active& active) {
   }
   if (!picture_) {
     active_ = active;
-    picture_.emplace(*active.sps, *active.pps);
+    picture_.emplace(*active.sps, *active.pps, spread_);
   }
   if (active.pps != active_.pps) {  // allowed by the standard, seen nowhere
     return {Verdict::unknown, "slices of one picture ask for different parameter sets"};
@@ -131,7 +134,7 @@ Judgement Verifier::verify(std::span<const NalUnit> units) {
 
 }  // namespace
 
-Judgement verify(std::span<const NalUnit> units, const Spread& /*spread*/) { return Verifier().verify(units); }
+Judgement verify(std::span<const NalUnit> units, const Spread& spread) { return Verifier(spread).verify(units); }
 
 std::optional<PictureShape> shapeOf(std::span<const NalUnit> units) {
   ParameterSets sets;

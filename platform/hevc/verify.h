@@ -31,7 +31,11 @@ struct Judgement {
 using Spread = std::function<void(std::size_t count, const std::function<void(std::size_t)>& task)>;
 
 /// Judges the one picture that `units` code without decoding it, in about half the time that decoding takes. May
-/// throw std::bad_alloc, and what `spread` throws. The judgement does not depend on `spread`.
+/// throw std::bad_alloc, and what `spread` throws.
+///
+/// Where the picture is one slice segment whose entry points lead to every row of a wavefront, or to every tile, those
+/// are judged on the threads of `spread`. The judgement, its reason included, is always that of one thread, and damage
+/// ends the work on all that comes behind it.
 ///
 /// Why: an arithmetic code has no redundancy. A damaged one decodes to some other picture, a cut one goes on as if
 /// more data followed, and decoders, made for broadcasts, hand out what comes of it: libavcodec with all error

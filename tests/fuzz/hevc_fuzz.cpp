@@ -1,9 +1,12 @@
 // Properties: a picture that was written by the standard is intact; a copy with a segment that is cut short or missing
-// never is; the verdict does not depend on where the bytes lie; whatever the bytes of a segment or of a parameter set
-// are, there is a verdict, and a reason unless it is the good one.
+// never is; the judgement depends neither on where the bytes lie nor on the threads that make it; whatever the bytes of
+// a segment or of a parameter set are, there is a verdict, and a reason unless it is the good one.
 
 #include <algorithm>
+#include <atomic>
 #include <cstring>
+#include <functional>
+#include <thread>
 
 #include "platform/hevc/hevc.h"
 #include "tests/fuzz/fuzz_target.h"
@@ -13,6 +16,16 @@ namespace {
 
 using namespace quellor;
 using test_support::WrittenHevc;
+
+void onTwoThreads(std::size_t count, const std::function<void(std::size_t)>& task) {
+  std::atomic<std::size_t> next = 0;
+  const auto body = [&] {
+    for (std::size_t i = next++; i < count; i = next++) task(i);
+  };
+  std::thread other(body);
+  body();
+  other.join();
+}
 
 /// Damaged, too, when not even the units are legal.
 hevc::Verdict verdictOf(const Bytes& units) {
@@ -32,6 +45,15 @@ hevc::Verdict verdictElsewhere(const Bytes& units) {
   std::copy(units.begin(), units.end(), moved.begin() + 1);
   hevc::NalStream stream;
   return stream.append(ByteView(moved).subspan(1)) ? hevc::verify(stream.units()).verdict : hevc::Verdict::damaged;
+}
+
+void requireTheSameOnThreads(const Bytes& units) {
+  hevc::NalStream stream;
+  if (!stream.append(units)) return;
+  const hevc::Judgement expected = hevc::verify(stream.units()), judgement = hevc::verify(stream.units(), onTwoThreads);
+  FUZZ_REQUIRE(judgement.verdict == expected.verdict);
+  FUZZ_REQUIRE(std::strcmp(judgement.reason, expected.reason) == 0);
+  FUZZ_REQUIRE(judgement.exemptsChromaFromOffset == expected.exemptsChromaFromOffset);
 }
 
 void requireCutsToBeFound(WrittenHevc picture, std::size_t choice) {
@@ -69,12 +91,14 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const Bytes units = picture.behindLengths();
   FUZZ_REQUIRE(verdictOf(units) == hevc::Verdict::intact);
   FUZZ_REQUIRE(verdictElsewhere(units) == hevc::Verdict::intact);
+  requireTheSameOnThreads(units);
   requireCutsToBeFound(picture, choice);
 
   auto& kind = (choice & 3U) == 0 ? picture.parameterSets : picture.segments;
   overwrite(kind[choice % kind.size()], {data + 6, size - 6}, choice / 3);
   const Bytes changed = picture.behindLengths();
   FUZZ_REQUIRE(verdictOf(changed) == verdictElsewhere(changed));
+  requireTheSameOnThreads(changed);
 
   const Bytes raw(data, data + size);  // as units behind lengths, which seldom are any
   verdictOf(raw);

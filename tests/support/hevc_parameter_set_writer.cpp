@@ -37,7 +37,7 @@ Bytes sequenceParameterSet(const HevcPlan& plan) {
   const unsigned down = plan.chromaFormat == k420 ? 2 : 1;
   out.golomb(width).golomb(height).flag(true);
   out.golomb(0).golomb((width - plan.width) / across).golomb(0).golomb((height - plan.height) / down);
-  out.golomb(plan.depth - 8).golomb(plan.depth - 8).golomb(0);
+  out.golomb(plan.depth - 8).golomb(hevcDepth(plan, 1) - 8).golomb(0);
   out.flag(true).golomb(0).golomb(0).golomb(0);  // buffering
   out.golomb(plan.minCbLog2 - 3).golomb(plan.ctbLog2 - plan.minCbLog2);
   out.golomb(plan.minTbLog2 - 2).golomb(plan.maxTbLog2 - plan.minTbLog2).golomb(0).golomb(plan.transformDepth);

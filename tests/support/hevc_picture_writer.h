@@ -22,6 +22,7 @@ struct HevcPlan {
   unsigned height = 64;
   unsigned chromaFormat = 1;
   unsigned depth = 8;
+  unsigned depthChroma = 0;  // 0: that of luma
   unsigned minCbLog2 = 3;
   unsigned ctbLog2 = 4;
   unsigned minTbLog2 = 2;
@@ -65,6 +66,11 @@ struct WrittenHevc {
   /// All units, each behind its length in four bytes.
   [[nodiscard]] Bytes behindLengths() const;
 };
+
+/// Of the samples of a plane.
+[[nodiscard]] inline unsigned hevcDepth(const HevcPlan& plan, unsigned component) {
+  return component == 0 || plan.depthChroma == 0 ? plan.depth : plan.depthChroma;
+}
 
 [[nodiscard]] WrittenHevc writeHevc(const HevcPlan& plan);
 

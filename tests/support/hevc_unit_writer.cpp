@@ -58,7 +58,7 @@ void HevcUnitWriter::sao(unsigned sliceAddress) {
 }
 
 void HevcUnitWriter::saoComponent(unsigned component, unsigned type) {
-  const unsigned maximum = (1U << (std::min(plan_.depth, 10U) - 5)) - 1;
+  const unsigned maximum = (1U << (std::min(hevcDepth(plan_, component), 10U) - 5)) - 1;
   unsigned nonZero = 0;
   for (int i = 0; i < 4; ++i) {
     const unsigned offset = below(maximum + 1);
@@ -130,7 +130,7 @@ void HevcUnitWriter::pcmSamples(unsigned x, unsigned y, unsigned log2Size) {
         const unsigned sample = below(1U << bits);
         out_.bits(bits, sample);
         written_.samples[plane][std::size_t{row} * (width_ >> across) + column] =
-            static_cast<int>(sample << (plan_.depth - bits));  // 8.4.4.1
+            static_cast<int>(sample << (hevcDepth(plan_, plane) - bits));  // 8.4.4.1
       }
     }
   }

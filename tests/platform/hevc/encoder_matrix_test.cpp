@@ -107,17 +107,6 @@ Raster rasterFor(Chooser& choose) {
   });
 }
 
-/// All units of a coded picture, the parameter sets first.
-Bytes unitsOf(const test_support::CodedPicture& picture) {
-  constexpr std::size_t kBoxHeader = 8;
-  const auto configuration = formats::readHevcConfiguration(ByteView(picture.configuration).subspan(kBoxHeader));
-  test_support::WrittenHevc sets;
-  for (const ByteView unit : configuration->units) sets.parameterSets.emplace_back(unit.begin(), unit.end());
-  Bytes bytes = sets.behindLengths();
-  bytes.insert(bytes.end(), picture.data.begin(), picture.data.end());
-  return bytes;
-}
-
 TEST(EncodedPictures, AreIntactWithAllSortsOfOptions) {
   std::map<std::string, int> made;
   for (std::uint32_t seed = 1; seed <= kPictures; ++seed) {

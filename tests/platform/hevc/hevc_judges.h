@@ -11,6 +11,7 @@
 #include "tests/support/heif_judge.h"
 #include "tests/support/heif_output.h"
 #include "tests/support/heif_scene.h"
+#include "tests/support/hevc_fixture.h"
 #include "tests/support/hevc_picture_writer.h"
 #include "tests/support/temporary_directory.h"
 
@@ -19,6 +20,17 @@ namespace quellor::hevc {
 
 /// The samples of each plane, row after row.
 using Planes = std::vector<std::vector<int>>;
+
+/// All units of a coded picture, the parameter sets first.
+inline Bytes unitsOf(const test_support::CodedPicture& picture) {
+  constexpr std::size_t kBoxHeader = 8;
+  const auto configuration = formats::readHevcConfiguration(ByteView(picture.configuration).subspan(kBoxHeader));
+  test_support::WrittenHevc sets;
+  for (const ByteView unit : configuration->units) sets.parameterSets.emplace_back(unit.begin(), unit.end());
+  Bytes bytes = sets.behindLengths();
+  bytes.insert(bytes.end(), picture.data.begin(), picture.data.end());
+  return bytes;
+}
 
 inline NalStream streamOf(const Bytes& behindLengths) {
   NalStream stream;

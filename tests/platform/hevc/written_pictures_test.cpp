@@ -154,6 +154,30 @@ TEST(WrittenPictures, AreRefusedWhereTheDecoderWouldGetThemWrong) {
   EXPECT_EQ(reasonOf([](HevcPlan& plan) { plan.sao = true, plan.pcmLoopFilterDisabled = false; }), "");
 }
 
+TEST(WrittenPictures, AreRefusedAtDepthsThatTheDecoderDoesNotKnow) {
+  const char* const kUnknownDepth = "the HEVC decoder does not know samples of that depth";
+  for (const unsigned chromaFormat : {0U, 1U, 2U, 3U}) {
+    for (unsigned depth = 8; depth <= 16; ++depth) {
+      for (const unsigned depthChroma : {depth, 8U, 10U}) {
+        HevcPlan plan;
+        plan.content = chromaFormat == 0 ? HevcContent::residuals : HevcContent::pcm;
+        plan.chromaFormat = chromaFormat;
+        plan.depth = depth;
+        plan.depthChroma = depthChroma;
+        const WrittenHevc written = writeHevc(plan);
+        const Bytes units = written.behindLengths();
+        EXPECT_EQ(judge(units).verdict, Verdict::intact) << depth << " and " << depthChroma;
+        const auto shape = shapeOf(streamOf(units).units());
+        ASSERT_TRUE(shape);
+        EXPECT_EQ(shape->bitDepthLuma, depth);
+        EXPECT_EQ(shape->bitDepthChroma, depthChroma);
+        const bool decoded = decodedByLibavcodec(units).has_value();
+        EXPECT_STREQ(decodedByUs(written, plan).reason(), decoded ? "" : kUnknownDepth) << depth << depthChroma;
+      }
+    }
+  }
+}
+
 // Whatever the picture is made of, the program hands out the samples that were written, or none.
 TEST(WrittenPictures, AreDecodedAsTheyWereWrittenOrNotAtAll) {
   int decoded = 0, refused = 0;
