@@ -13,6 +13,9 @@ struct Look {
   std::optional<Raster> raster;
 };
 
+/// The look that a decoding is, for formats and files that have no cheaper one.
+Outcome<Look> lookFrom(Outcome<Raster> decoded);
+
 /// How the files of one format are read. What comes out is plain data, never a library's handle; all is free of state.
 struct ImageFormat {
   const char* name = nullptr;  // for tests and messages: "HEIF"
@@ -48,9 +51,11 @@ Outcome<Look> lookAtHeif(ByteView file);
 Outcome<Raster> decodeHeif(ByteView file);
 
 Outcome<ImageFacts> describeJpeg(ByteView file);
+Outcome<Look> lookAtJpeg(ByteView file);
 Outcome<Raster> decodeJpeg(ByteView file);
 
 Outcome<ImageFacts> describePng(ByteView file);
+Outcome<Look> lookAtPng(ByteView file);
 Outcome<Raster> decodePng(ByteView file);
 
 Outcome<ImageFacts> describeTiff(ByteView file);
