@@ -172,7 +172,7 @@ Outcome<JudgedPicture> judgedPictureOf(const heif::Container& container, const h
 /// Whether nothing is left that only a decoder can tell.
 bool isProved(const JudgedPicture& picture) {
   const auto& shape = picture.coded.shape;
-  return picture.verdict == hevc::Verdict::intact && shape && !shape->hasPictureHash;
+  return picture.verdict == hevc::Verdict::intact && shape && !shape->supplementsNeedDecoder;
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <bit>
+#include <cstdlib>
 
 #include "platform/values/limits.h"
 
@@ -32,8 +33,9 @@ void readBlockSizes(BitReader& reader, Sps& sps) {
   sps.ctbLog2 = sps.minCbLog2 + reader.unsignedGolomb(3);
   sps.minTbLog2 = 2 + reader.unsignedGolomb(3);
   sps.maxTbLog2 = sps.minTbLog2 + reader.unsignedGolomb(3);
-  reader.unsignedGolomb(4);
-  sps.maxIntraTransformDepth = reader.unsignedGolomb(4);
+  const unsigned maximumDepth = sps.ctbLog2 - std::min(sps.minTbLog2, sps.ctbLog2);
+  reader.unsignedGolomb(maximumDepth);
+  sps.maxIntraTransformDepth = reader.unsignedGolomb(maximumDepth);
 }
 
 bool hasLegalBlockSizes(const Sps& sps) {
@@ -50,6 +52,11 @@ void readPcm(BitReader& reader, Sps& sps) {
   sps.minPcmLog2 = 3 + reader.unsignedGolomb(2);
   sps.maxPcmLog2 = sps.minPcmLog2 + reader.unsignedGolomb(2);
   sps.pcmLoopFilterDisabled = reader.flag();
+}
+
+bool hasLegalPcm(const Sps& sps) {
+  return !sps.pcm || (sps.pcmDepthLuma <= sps.bitDepthLuma && sps.pcmDepthChroma <= sps.bitDepthChroma &&
+                      sps.minPcmLog2 >= std::min(sps.minCbLog2, 5U) && sps.maxPcmLog2 <= std::min(sps.ctbLog2, 5U));
 }
 
 void readReferenceSets(BitReader& reader, Sps& sps) {
@@ -183,7 +190,8 @@ std::optional<Sps> parseSps(ByteView payload, unsigned& id) {
   }
   // Where reading stopped before its end, nothing is known of that.
   const bool toTheEnd = sps.notFollowed == nullptr || sps.notFollowed == kExtension;
-  if (reader.failed() || (toTheEnd && !isWhole(reader, payload)) || !hasLegalBlockSizes(sps)) return std::nullopt;
+  if (reader.failed() || (toTheEnd && !isWhole(reader, payload))) return std::nullopt;
+  if (!hasLegalBlockSizes(sps) || !hasLegalPcm(sps)) return std::nullopt;
   return sps;
 }
 
@@ -204,8 +212,10 @@ std::optional<Pps> parsePps(ByteView payload, unsigned& id) {
   pps.transformSkip = reader.flag();
   pps.cuQpDelta = reader.flag();
   if (pps.cuQpDelta) pps.cuQpDeltaDepth = reader.unsignedGolomb(3);
-  reader.signedGolomb();
-  reader.signedGolomb();
+  for (int component = 0; component < 2; ++component) {
+    constexpr int kMaximumOffset = 12;  // pps_cb_qp_offset and pps_cr_qp_offset (7.4.3.3.1)
+    if (std::abs(reader.signedGolomb()) > kMaximumOffset) return std::nullopt;
+  }
   pps.sliceChromaQpOffsets = reader.flag();
   reader.skip(2);  // weighted prediction
   pps.transquantBypass = reader.flag();

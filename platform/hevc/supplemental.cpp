@@ -5,9 +5,12 @@
 namespace quellor::hevc {
 namespace {
 
-// payloadType (D.2.1). The second is that of an early draft, in which some decoders still look for it.
-constexpr std::size_t kPictureHash = 132;
-constexpr std::size_t kDraftPictureHash = 256;
+/// Whether no decoder can stop over a message: user data behind an identifier of 16 bytes, which nobody looks into.
+/// Others are read by some, which take one that is malformed for an error; and a hash of the samples (132) is compared.
+bool isHarmless(std::size_t type, std::size_t size) {
+  constexpr std::size_t kUnregisteredUserData = 5;  // payloadType (D.2.1)
+  return type == kUnregisteredUserData && size >= 16;
+}
 
 /// payloadType or payloadSize: bytes of 255 and a last one, which all add up. Takes them off `bytes`; absent where
 /// these end before.
@@ -24,7 +27,7 @@ std::optional<std::size_t> takeNumber(ByteView& bytes) {
 
 }  // namespace
 
-bool mayHoldPictureHash(const NalUnit& unit) {
+bool needsDecoder(const NalUnit& unit) {
   if (unit.type != kPrefixSeiUnit && unit.type != kSuffixSeiUnit) return false;
   const RawPayload raw = removeEmulationPrevention(unit.payload);
   ByteView rest(raw.bytes);
@@ -33,7 +36,7 @@ bool mayHoldPictureHash(const NalUnit& unit) {
     const auto type = takeNumber(rest);
     const auto size = takeNumber(rest);
     if (!type || !size || *size >= rest.size()) return true;  // rbsp_trailing_bits() takes a byte, too
-    if (*type == kPictureHash || *type == kDraftPictureHash) return true;
+    if (!isHarmless(*type, *size)) return true;
     rest = rest.subspan(*size);
   } while (rest.size() > 1);
   constexpr std::uint8_t kTrailingBits = 0x80;

@@ -1,6 +1,7 @@
 #include "platform/hevc/syntax.h"
 
 #include <algorithm>
+#include <cstdint>
 
 namespace quellor::hevc {
 namespace {
@@ -37,6 +38,14 @@ void skipHrd(BitReader& reader, unsigned subLayers) {
     skipSubLayerHrd(reader, nal ? buffers : 0, subPicture);
     skipSubLayerHrd(reader, vcl ? buffers : 0, subPicture);
   }
+}
+
+/// A code point of ITU-T H.273, `last` and `another` being the greatest that are known. Decoders take one that is
+/// reserved for unspecified.
+std::uint16_t readCodePoint(BitReader& reader, unsigned last, unsigned another) {
+  constexpr unsigned kUnspecified = 2;
+  const unsigned point = reader.bits(8);
+  return static_cast<std::uint16_t>(point <= last || point == another ? point : kUnspecified);
 }
 
 }  // namespace
@@ -86,9 +95,9 @@ VideoUsability readVideoUsability(BitReader& reader, unsigned subLayers) {
     reader.skip(3);
     usability.coding.fullRange = reader.flag();
     if (reader.flag()) {
-      usability.coding.colorPrimaries = static_cast<std::uint16_t>(reader.bits(8));
-      usability.coding.transferCharacteristics = static_cast<std::uint16_t>(reader.bits(8));
-      usability.coding.matrixCoefficients = static_cast<std::uint16_t>(reader.bits(8));
+      usability.coding.colorPrimaries = readCodePoint(reader, 12, 22);
+      usability.coding.transferCharacteristics = readCodePoint(reader, 18, 18);
+      usability.coding.matrixCoefficients = readCodePoint(reader, 14, 14);
     }
   }
   if (reader.flag()) {  // chroma location

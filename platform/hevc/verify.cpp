@@ -1,65 +1,26 @@
 #include "platform/hevc/verify.h"
 
 #include <algorithm>
-#include <array>
-#include <utility>
 #include <vector>
 
+#include "platform/hevc/active_sets.h"
 #include "platform/hevc/slice_data.h"
 #include "platform/hevc/supplemental.h"
 
 namespace quellor::hevc {
 namespace {
 
-class ParameterSets {
- public:
-  /// Keeps a set that is understood; other units are none of its business.
-  void store(const NalUnit& unit);
+constexpr Judgement kDoubtfulSet{Verdict::unknown, "a parameter set is not understood"};
 
-  /// Whether there was a set that is not understood.
-  [[nodiscard]] bool lacksSome() const { return lacksSome_; }
-
-  /// The sets that the slice segment in `raw` asks for, or null.
-  struct Active {
-    const Sps* sps = nullptr;
-    const Pps* pps = nullptr;
-  };
-  [[nodiscard]] Active activeFor(const RawPayload& raw, unsigned unitType) const;
-
- private:
-  std::array<bool, kMaximumVps> vps_{};  // those that are there
-  std::array<std::optional<Sps>, kMaximumSps> sps_;
-  std::array<std::optional<Pps>, kMaximumPps> pps_;
-  bool lacksSome_ = false;
-};
-
-void ParameterSets::store(const NalUnit& unit) {
-  if (unit.type != kVpsUnit && unit.type != kSpsUnit && unit.type != kPpsUnit) return;
-  const RawPayload raw = removeEmulationPrevention(unit.payload);
-  unsigned id = 0;
-  if (unit.type == kVpsUnit) {
-    const auto vps = parseVps(raw.bytes);
-    if (vps) vps_[*vps] = true;
-    lacksSome_ = lacksSome_ || !vps;
-  } else if (unit.type == kSpsUnit) {
-    const auto sps = parseSps(raw.bytes, id);
-    const bool understood = sps && vps_[sps->vpsId];
-    if (understood) sps_[id] = sps;
-    lacksSome_ = lacksSome_ || !understood;
-  } else {
-    auto pps = parsePps(raw.bytes, id);
-    lacksSome_ = lacksSome_ || !pps;
-    if (pps) pps_[id] = std::move(pps);
-  }
-}
-
-ParameterSets::Active ParameterSets::activeFor(const RawPayload& raw, unsigned unitType) const {
-  const unsigned id = parsePpsId(raw.bytes, unitType);
-  if (id >= kMaximumPps || !pps_[id] || !sps_[pps_[id]->spsId]) return {};
-  return {&*sps_[pps_[id]->spsId], &*pps_[id]};
+/// Of a picture that can be an image: neither reserved nor among those of which decoders drop some (table 7-1).
+bool hasFollowedType(const NalUnit& unit) {
+  constexpr unsigned kFirstReserved = 10, kFirstIrap = 16, kFirstReservedIrap = 22;
+  return unit.type < kFirstReserved || (unit.type >= kFirstIrap && unit.type < kFirstReservedIrap);
 }
 
 bool isSliceSegment(const NalUnit& unit) { return unit.type < kFirstParameterSetUnit; }
+
+bool isParameterSet(const NalUnit& unit) { return !isSliceSegment(unit) && unit.type <= kPpsUnit; }
 
 class Verifier {
  public:
@@ -70,22 +31,22 @@ class Verifier {
  private:
   Judgement verifySegment(const NalUnit& unit);
   [[nodiscard]] Judgement missingParameterSets() const;
-  Judgement follow(const ParameterSets::Active& active);
+  Judgement follow(const ActiveSets::Pair& active);
 
   const Spread& spread_;
-  ParameterSets sets_;
-  ParameterSets::Active active_;
+  ActiveSets sets_;
+  ActiveSets::Pair active_;
   std::optional<PictureParser> picture_;
   SliceHeader header_;
 };
 
 Judgement Verifier::missingParameterSets() const {
-  if (sets_.lacksSome()) return {Verdict::unknown, "a parameter set is not understood"};
+  if (sets_.lacksSome()) return kDoubtfulSet;
   return {Verdict::damaged, "a slice segment asks for a parameter set that is not there"};
 }
 
 /// Starts the picture with the sets of its first segment.
-Judgement Verifier::follow(const ParameterSets::Active& active) {
+Judgement Verifier::follow(const ActiveSets::Pair& active) {
   for (const char* const tool : {active.sps->notFollowed, active.pps->notFollowed}) {
     if (tool != nullptr) return {Verdict::unknown, tool};
   }
@@ -101,7 +62,7 @@ Judgement Verifier::follow(const ParameterSets::Active& active) {
 
 Judgement Verifier::verifySegment(const NalUnit& unit) {
   const RawPayload raw = removeEmulationPrevention(unit.payload);
-  const auto active = sets_.activeFor(raw, unit.type);
+  const auto active = sets_.askedForBy(raw, unit.type);
   if (active.sps == nullptr || active.pps == nullptr) return missingParameterSets();
   const Judgement sets = follow(active);
   if (sets.verdict != Verdict::intact) return sets;
@@ -115,18 +76,20 @@ Judgement Verifier::verifySegment(const NalUnit& unit) {
 }
 
 Judgement Verifier::verify(std::span<const NalUnit> units) {
-  for (const NalUnit& unit : units) {
-    if (!isSliceSegment(unit)) {
-      if (!picture_) {  // none may change inside a picture, and pointers to them are kept
-        sets_.store(unit);
-      }
-      continue;
+  const auto first = std::find_if(units.begin(), units.end(), isSliceSegment);
+  std::for_each(units.begin(), first, [this](const NalUnit& unit) { sets_.store(unit); });
+  for (const NalUnit& unit : units.subspan(static_cast<std::size_t>(first - units.begin()))) {
+    if (isParameterSet(unit)) return {Verdict::unknown, "a parameter set comes behind a slice segment"};
+    if (!isSliceSegment(unit)) continue;
+    if (!hasFollowedType(unit) || unit.type != first->type) {
+      return {Verdict::unknown, "a slice segment's unit is of another type"};
     }
     const Judgement judgement = verifySegment(unit);
     if (judgement.verdict != Verdict::intact) return judgement;
   }
   if (!picture_) return {Verdict::damaged, "there is no slice segment"};
   if (!picture_->complete()) return {Verdict::damaged, "the slice segments do not cover the picture"};
+  if (!sets_.areSound()) return kDoubtfulSet;
   Judgement judgement;
   judgement.exemptsChromaFromOffset = picture_->exemptsChromaFromOffset();
   return judgement;
@@ -137,12 +100,12 @@ Judgement Verifier::verify(std::span<const NalUnit> units) {
 Judgement verify(std::span<const NalUnit> units, const Spread& spread) { return Verifier(spread).verify(units); }
 
 std::optional<PictureShape> shapeOf(std::span<const NalUnit> units) {
-  ParameterSets sets;
+  ActiveSets sets;
   const auto first = std::find_if(units.begin(), units.end(), isSliceSegment);
   if (first == units.end()) return std::nullopt;
   std::for_each(units.begin(), first, [&sets](const NalUnit& unit) { sets.store(unit); });
   const std::size_t headerStart = std::min<std::size_t>(first->payload.size(), 16);
-  const auto active = sets.activeFor(removeEmulationPrevention(first->payload.first(headerStart)), first->type);
+  const auto active = sets.askedForBy(removeEmulationPrevention(first->payload.first(headerStart)), first->type);
   if (active.sps == nullptr) return std::nullopt;
   const Sps& sps = *active.sps;
   PictureShape shape;
@@ -157,7 +120,7 @@ std::optional<PictureShape> shapeOf(std::span<const NalUnit> units) {
   shape.constrainedIntra = active.pps->constrainedIntra;
   shape.coding = sps.usability.coding;
   shape.pcmWithoutChroma = sps.pcm && sps.chromaArrayType == kMonochrome;
-  shape.hasPictureHash = std::any_of(units.begin(), units.end(), mayHoldPictureHash);
+  shape.supplementsNeedDecoder = std::any_of(units.begin(), units.end(), needsDecoder);
   return shape;
 }
 

@@ -58,9 +58,9 @@ struct PictureShape {
   bool constrainedIntra = false;  // constrained_intra_pred_flag
   bool pcmWithoutChroma = false;  // PCM is allowed in a picture that is luma alone
   Cicp coding;                    // as the stream signals it
-  /// Whether a hash of the decoded samples comes with the picture (decoded picture hash, ITU-T H.265, D.3.19), or
-  /// supplemental information that cannot be read. Only a decoder can compare the one and judge the other.
-  bool hasPictureHash = false;
+  /// Whether supplemental information comes with the picture that only a decoder can judge: a hash of the decoded
+  /// samples (ITU-T H.265, D.3.19), which it compares, or what it takes for an error where it is malformed.
+  bool supplementsNeedDecoder = false;
 };
 
 /// Absent when the first slice segment's parameter sets are not there or not understood.
