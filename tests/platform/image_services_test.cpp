@@ -65,7 +65,9 @@ TEST_F(Services, GiveASourceThatAnswersForItsPrimaryImageOnly) {
 }
 
 TEST_F(Services, GiveAnImageThatOutlivesItsSource) {
-  const std::string png = write("a.png", test_support::encodePng(test_support::PngSpec{}));
+  test_support::PngSpec spec;
+  spec.sample = [](auto...) { return 7U; };
+  const std::string png = write("a.png", test_support::encodePng(spec));
   for (const std::string& file : {png, std::string(QUELLOR_EXAMPLES) + "/photo.heic"}) {
     const std::optional<Image> image = services_.openSource(file)->imageAt(0);
     ASSERT_TRUE(image);
