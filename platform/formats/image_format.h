@@ -24,8 +24,8 @@ struct ImageFormat {
   Outcome<ImageFacts> (*describe)(ByteView file) = nullptr;
 
   /// Whether the primary image is whole, found out in the cheapest way: absent wherever decode() would be but for want
-  /// of memory, since every coded sample is read, if not reconstructed. Raises MissingModule where only a decoder can
-  /// tell.
+  /// of memory, since every coded sample is read, if not reconstructed (for what is made to deceive, see png_look.cpp).
+  /// Raises MissingModule where only a decoder can tell.
   Outcome<Look> (*look)(ByteView file) = nullptr;
 
   /// The primary image's samples. Absent when any coded sample is missing, damaged or concealed, or when the memory for

@@ -139,7 +139,9 @@ bool hasAmpleWindow(ByteView stream, std::size_t outputSize) {
 }
 
 /// Inflates into memory of exactly the right size. False unless the stream makes just that and ends with the input,
-/// its checksum right.
+/// its checksum right. Codes without a meaning (RFC 1951, 3.2.5 to 3.2.7: lengths 286 and 287, distances 30 and 31,
+/// those that an incomplete set lacks) may be taken for others. No damage gets as far as that: what they are taken for
+/// has the right checksum.
 bool inflate(ByteView stream, std::uint8_t* output, std::size_t size) {
   const std::unique_ptr<libdeflate_decompressor, decltype(&libdeflate_free_decompressor)> decompressor(
       libdeflate_alloc_decompressor(), libdeflate_free_decompressor);
