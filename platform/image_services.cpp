@@ -68,7 +68,8 @@ class EncodedImageSource final : public ImageSource {
   ImageFacts facts_;
   const ImageFormat& format_;
   std::shared_ptr<KnownImages> known_;
-  ImageColor color_;  // for the colour model that the facts tell
+  mutable std::shared_ptr<const Look> look_;  // once there was one
+  ImageColor color_;                          // for the colour model that the facts tell
 };
 
 EncodedImageSource::EncodedImageSource(FileContents file, ImageFacts facts, const ImageFormat& format,
@@ -86,14 +87,14 @@ std::optional<PropertyDictionary> EncodedImageSource::propertiesAt(std::size_t i
 
 std::optional<Image> EncodedImageSource::imageAt(std::size_t index) const {
   if (index != 0 || count() == 0) return std::nullopt;
-  const auto look = known_->lookAt(file(), format_);
-  if (look == nullptr) return std::nullopt;
-  const ColorModel model = colorModelOf(look->shape.model);
+  if (look_ == nullptr) look_ = known_->lookAt(file(), format_);
+  if (look_ == nullptr) return std::nullopt;
+  const ColorModel model = colorModelOf(look_->shape.model);
   // Some files tell only in the bitstream that they are grey.
   const bool asTold = model == facts_.colorModel;
   const ImageColor color = asTold ? color_ : colorSpaceOf(model, facts_.iccProfile, facts_.cicp);
-  if (look->raster) return Image(*look->raster, color.space);
-  return Image(look->shape, color.space, [file = file_, format = &format_]() -> std::optional<Raster> {
+  if (look_->raster) return Image(*look_->raster, color.space);
+  return Image(look_->shape, color.space, [file = file_, format = &format_]() -> std::optional<Raster> {
     auto raster = format->decode(file->view());
     return raster ? std::optional(std::move(*raster)) : std::nullopt;
   });

@@ -42,16 +42,18 @@ class Bench:
         self._matching = Matching(self._commands, self._runner, self._inputs, scratch)
 
     def performance(self) -> None:
-        rows, samples = [], {}
+        rows, samples, files = [], {}, {}
         for name, make_work in self._chosen().items():
             work = make_work()
             samples[name] = self._samples(name, work)
             rows.extend(results.rows_of(name, work, samples[name]))
+            if work.files:
+                files[name] = round(60 * work.files / rows[-1].ours.wall)
         wanted = self._arguments.only in KERNELS
         measured = kernels.measure(self._tree, self._scratch, self._arguments.quick) if wanted else []
         if not rows and not measured:
             raise SystemExit(f"no work is named like {self._arguments.only}; --list names them")
-        self._report(rows, measured, samples)
+        self._report(rows, measured, samples, files)
 
     def quality(self) -> None:
         photos = self._arguments.quality or quality.default_photos(self._tree, self._inputs)
@@ -83,7 +85,7 @@ class Bench:
         print(file=sys.stderr)
         return samples
 
-    def _report(self, rows: list, measured: list, samples: dict) -> None:
+    def _report(self, rows: list, measured: list, samples: dict, files: dict) -> None:
         missed = [row.work for row in rows if row.missed]
         document = {
             "machine": self._machine,
@@ -96,12 +98,15 @@ class Bench:
             "samples": {name: [[dataclasses.asdict(s) for s in taken] for taken in lists]
                         for name, lists in samples.items()},
             "kernels": measured,
+            "filesPerMinute": files,
         }
         parts = [machine.line(self._machine), f"Photo: {self._inputs.description}."]
-        if self._matching.report:
-            parts.append(matching_text(self._matching.report))
+        parts.extend(map(matching_text, self._matching.report))
         if rows:
             parts.extend([table.of_rows(rows), f"Missed: {', '.join(missed) or 'nothing'}."])
+            if files:
+                texts = (f"{name} {count}" for name, count in files.items())
+                parts.append(f"Files per minute, two runs side by side: {', '.join(texts)}.")
             plot.draw(rows, self._tree.results / "results.svg")
         if measured:
             parts.append(table.of_kernels(measured))

@@ -1,5 +1,7 @@
 """The commands that are measured: the program's operations, and the peers at the same work."""
 
+import dataclasses
+import json
 from pathlib import Path
 
 from .measure import Run
@@ -41,6 +43,30 @@ class Commands:
             request["outputPath"] = str(written)
         return Run(f"quellor {operation}", (self._program,), request, written)
 
+    def many(self, operation: str, images: list, side_by_side: int) -> Run:
+        """The operation on every image, so many runs at a time."""
+        folder = self._scratch / "many"
+        folder.mkdir(exist_ok=True)
+        items = folder / f"{operation}.txt"
+        lines = []
+        for number, image in enumerate(images):
+            written = folder / f"{operation}-{number}.heic"
+            fields = {} if operation == "inspect" else {"outputPath": str(written)}
+            request = {"protocolVersion": 1, "operation": operation, "inputPath": str(image), **fields}
+            asked = folder / f"{operation}-{number}.json"
+            asked.write_text(json.dumps(request))
+            lines.append(f"{asked} {written}\n")
+        items.write_text("".join(lines))
+        script = 'rm -f "$2"; exec "$0" <"$1" >/dev/null'
+        return Run(f"{side_by_side} at a time", ("xargs", "-a", items, "-P", str(side_by_side), "-n", "2",
+                                                 "sh", "-c", script, self._program))
+
+    @staticmethod
+    def on_processors(run: Run, processors: int) -> Run:
+        """The same on the first so many processors only."""
+        return dataclasses.replace(run, name=f"{run.name}, processors: {processors}",
+                                   command=("taskset", "-c", f"0-{processors - 1}", *run.command))
+
     # The peers.
 
     @staticmethod
@@ -72,6 +98,10 @@ class Commands:
     @staticmethod
     def exiftool(image: Path) -> Run:
         return Run("exiftool", ("exiftool", image))
+
+    def exiftool_without_position(self, image: Path) -> Run:
+        name = "exiftool-gps" + image.suffix
+        return self._writing("exiftool -gps:all=", name, lambda to: ("exiftool", "-q", "-gps:all=", "-o", to, image))
 
     def exiftool_copy(self, image: Path) -> Run:
         name = "exiftool" + image.suffix

@@ -45,6 +45,12 @@ class Inputs:
     def description(self) -> str:
         return self._photo.name if self._photo.exists() else "a generated photo"
 
+    @property
+    def many(self) -> list:
+        """All photos of the sample folder, or the example alone, many times."""
+        photos = sorted(self._photo.parent.glob("*.h*")) if self._photo.exists() else []
+        return photos or [PROJECT / "examples" / "photo.heic"] * 8
+
     @cached_property
     def tiled(self) -> Path:
         """12 MP HEIC, a grid of 48 tiles, with metadata."""

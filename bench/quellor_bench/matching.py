@@ -12,9 +12,10 @@ from .inputs import Inputs
 from .measure import Runner
 
 QUALITY = 0.8
+HALF = 0.5
 
-# Around what the answer has been so far.
-FIRST_TRIED = (46, 60, 74)
+# Around what the answers have been so far.
+FIRST_TRIED = (32, 46, 60, 74)
 
 # heif-enc's rate factor is a whole number that falls by one with every second quality, the even ones.
 STEP = 2
@@ -28,29 +29,29 @@ class Matching:
         self._runner = runner
         self._inputs = inputs
         self._scratch = scratch
-        self._found = None
+        self._found = {}
+
+    def heif_enc_quality(self, of: float) -> int:
+        """heif-enc's quality for that of encode-candidate."""
+        if of not in self._found:
+            self._found[of] = self._find(of)
+        return self._found[of]["heifEncQuality"]
 
     @property
-    def heif_enc_quality(self) -> int:
-        return self._find()["heifEncQuality"]
+    def report(self) -> list:
+        """What was found for those who asked."""
+        return list(self._found.values())
 
-    @property
-    def report(self) -> dict | None:
-        """What was found, or nothing when nobody asked."""
-        return self._found
-
-    def _find(self) -> dict:
-        if self._found is None:
-            examiner = Examiner(self._runner, self._scratch, self._inputs.y4m)
-            ours = examiner.examine(self._commands.encode_candidate(self._inputs.tiled, QUALITY))
-            quality = self._nearest(examiner, ssim_decibels(ours))
-            self._found = {
-                "quality": QUALITY,
-                "candidate": dataclasses.asdict(ours),
-                "heifEncQuality": quality,
-                "heifEnc": dataclasses.asdict(self._heif_enc(examiner, quality)),
-            }
-        return self._found
+    def _find(self, of: float) -> dict:
+        examiner = Examiner(self._runner, self._scratch, self._inputs.y4m)
+        ours = examiner.examine(self._commands.encode_candidate(self._inputs.tiled, of))
+        quality = self._nearest(examiner, ssim_decibels(ours))
+        return {
+            "quality": of,
+            "candidate": dataclasses.asdict(ours),
+            "heifEncQuality": quality,
+            "heifEnc": dataclasses.asdict(self._heif_enc(examiner, quality)),
+        }
 
     def _nearest(self, examiner: Examiner, wanted: float) -> int:
         def likeness(quality: int) -> float:

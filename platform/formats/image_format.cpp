@@ -56,10 +56,7 @@ auto absentWithoutMemory(ByteView file) -> decltype(function(file)) {
 /// The look of a format that has no cheaper proof than a decoding.
 template <auto decode>
 Outcome<Look> lookByDecoding(ByteView file) {
-  auto raster = decode(file);
-  if (!raster) return raster.refusal();
-  const RasterShape shape = shapeOf(*raster);
-  return Look{shape, std::move(*raster)};
+  return lookFrom(decode(file));
 }
 
 template <auto describe, auto decode, auto look = lookByDecoding<decode>>
@@ -68,13 +65,19 @@ constexpr ImageFormat format(const char* name) {
 }
 
 constexpr ImageFormat kHeif = format<formats::describeHeif, formats::decodeHeif, formats::lookAtHeif>("HEIF");
-constexpr ImageFormat kJpeg = format<formats::describeJpeg, formats::decodeJpeg>("JPEG");
-constexpr ImageFormat kPng = format<formats::describePng, formats::decodePng>("PNG");
+constexpr ImageFormat kJpeg = format<formats::describeJpeg, formats::decodeJpeg, formats::lookAtJpeg>("JPEG");
+constexpr ImageFormat kPng = format<formats::describePng, formats::decodePng, formats::lookAtPng>("PNG");
 constexpr ImageFormat kTiff = format<formats::describeTiff, formats::decodeTiff>("TIFF");
 constexpr ImageFormat kWebp = format<formats::describeWebp, formats::decodeWebp>("WebP");
 constexpr ImageFormat kGif = format<formats::describeGif, formats::decodeGif>("GIF");
 
 }  // namespace
+
+Outcome<Look> lookFrom(Outcome<Raster> decoded) {
+  if (!decoded) return decoded.refusal();
+  const RasterShape shape = shapeOf(*decoded);
+  return Look{shape, std::move(*decoded)};
+}
 
 const ImageFormat* formatOf(ByteView head) {
   if (isHeif(head)) return &kHeif;

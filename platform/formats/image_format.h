@@ -13,6 +13,9 @@ struct Look {
   std::optional<Raster> raster;
 };
 
+/// The look that a decoding is, for formats and files that have no cheaper one.
+Outcome<Look> lookFrom(Outcome<Raster> decoded);
+
 /// How the files of one format are read. What comes out is plain data, never a library's handle; all is free of state.
 struct ImageFormat {
   const char* name = nullptr;  // for tests and messages: "HEIF"
@@ -21,8 +24,8 @@ struct ImageFormat {
   Outcome<ImageFacts> (*describe)(ByteView file) = nullptr;
 
   /// Whether the primary image is whole, found out in the cheapest way: absent wherever decode() would be but for want
-  /// of memory, since every coded sample is read, if not reconstructed. Raises MissingModule where only a decoder can
-  /// tell.
+  /// of memory, since every coded sample is read, if not reconstructed (for what is made to deceive, see png_look.cpp).
+  /// Raises MissingModule where only a decoder can tell.
   Outcome<Look> (*look)(ByteView file) = nullptr;
 
   /// The primary image's samples. Absent when any coded sample is missing, damaged or concealed, or when the memory for
@@ -48,9 +51,11 @@ Outcome<Look> lookAtHeif(ByteView file);
 Outcome<Raster> decodeHeif(ByteView file);
 
 Outcome<ImageFacts> describeJpeg(ByteView file);
+Outcome<Look> lookAtJpeg(ByteView file);
 Outcome<Raster> decodeJpeg(ByteView file);
 
 Outcome<ImageFacts> describePng(ByteView file);
+Outcome<Look> lookAtPng(ByteView file);
 Outcome<Raster> decodePng(ByteView file);
 
 Outcome<ImageFacts> describeTiff(ByteView file);

@@ -170,6 +170,37 @@ bool decodeInterleaved(Session& session, Raster& raster) {
   return true;
 }
 
+/// Reads the header and says what the samples are. Absent, too, where the image is too large or the file is shorter
+/// than such an image can be.
+Outcome<RasterShape> readShape(Session& session, std::size_t fileSize) {
+  if (!session.readHeader()) return session.headerRefusal();
+  const auto model = session.sampleModel();
+  if (!model) return model.refusal();
+  const jpeg_decompress_struct& info = session.info();
+  if (std::uint64_t{info.image_width} * info.image_height > kMaximumPixels) return Refusal{"the image is too large"};
+  if (!canHoldImage(info, fileSize)) return Refusal{"the file is shorter than an image of that size can be"};
+  return RasterShape{.width = info.image_width, .height = info.image_height, .model = *model};
+}
+
+/// Reads every code of every scan as a decoding does, with the same errors: they do not depend on the size that is
+/// asked for. At an eighth of it a block of luma becomes one sample, and no row is kept.
+bool readScans(Session& session) {
+  jpeg_decompress_struct& info = session.info();
+  info.scale_num = 1;
+  info.scale_denom = DCTSIZE;
+  info.do_fancy_upsampling = FALSE;
+  info.out_color_space = info.jpeg_color_space;
+  Bytes row(std::size_t{kComponentLimit} * (info.image_width / DCTSIZE + 1));
+  return session.run([&session, &info, firstSample = row.data()] {
+    start(session);
+    JSAMPROW target = firstSample;
+    while (info.output_scanline < info.output_height) {
+      if (jpeg_read_scanlines(&info, &target, 1) != 1) session.fail();
+    }
+    jpeg_finish_decompress(&info);
+  });
+}
+
 }  // namespace
 
 }  // namespace quellor::jpeg
@@ -178,23 +209,33 @@ namespace quellor::formats {
 
 using namespace jpeg;
 
+namespace {
+
+constexpr Refusal kDamaged{"a scan is damaged or missing"};
+
+}  // namespace
+
+Outcome<Look> lookAtJpeg(ByteView file) {
+  Session session(file);
+  const auto shape = readShape(session, file.size());
+  if (!shape) return shape.refusal();
+  if (!readScans(session)) return kDamaged;
+  return Look{*shape, std::nullopt};
+}
+
 Outcome<Raster> decodeJpeg(ByteView file) {
   Session session(file);
-  if (!session.readHeader()) return session.headerRefusal();
-  const auto model = session.sampleModel();
-  if (!model) return model.refusal();
-  const jpeg_decompress_struct& info = session.info();
-  if (std::uint64_t{info.image_width} * info.image_height > kMaximumPixels) return Refusal{"the image is too large"};
-  if (!canHoldImage(info, file.size())) return Refusal{"the file is shorter than an image of that size can be"};
+  const auto shape = readShape(session, file.size());
+  if (!shape) return shape.refusal();
   Raster raster;
-  raster.width = info.image_width;
-  raster.height = info.image_height;
-  raster.model = *model;
+  raster.width = shape->width;
+  raster.height = shape->height;
+  raster.model = shape->model;
   raster.coding.fullRange = true;
-  if (*model == SampleModel::ycbcr) raster.coding.matrixCoefficients = kBt601Matrix;  // ITU-T T.871, clause 7
-  raster.chromaSiting = ChromaSiting::centre;                                         // clause 6
-  const bool complete = staysPlanar(info, *model) ? decodePlanar(session, raster) : decodeInterleaved(session, raster);
-  if (!complete) return Refusal{"a scan is damaged or missing"};
+  if (raster.model == SampleModel::ycbcr) raster.coding.matrixCoefficients = kBt601Matrix;  // ITU-T T.871, clause 7
+  raster.chromaSiting = ChromaSiting::centre;                                               // clause 6
+  const bool planar = staysPlanar(session.info(), raster.model);
+  if (!(planar ? decodePlanar(session, raster) : decodeInterleaved(session, raster))) return kDamaged;
   return raster;
 }
 

@@ -3,7 +3,6 @@
 
 #include "platform/formats/image_format.h"
 #include "platform/formats/png_session.h"
-#include "platform/values/limits.h"
 #include "platform/values/sample_memory.h"
 
 namespace quellor::png {
@@ -24,26 +23,16 @@ struct Layout {
   [[nodiscard]] std::size_t readOffset(std::uint32_t width) const { return palette ? stride - width : 0; }
 };
 
-Layout layoutOf(Session& session) {
-  const unsigned colorType = png_get_color_type(session.png(), session.info());
+Layout layoutOf(Session& session, const RasterShape& shape) {
   Layout layout;
-  layout.palette = colorType == PNG_COLOR_TYPE_PALETTE;
-  layout.grey = (colorType & PNG_COLOR_MASK_COLOR) == 0;
-  layout.alpha =
-      (colorType & PNG_COLOR_MASK_ALPHA) != 0 || png_get_valid(session.png(), session.info(), PNG_INFO_tRNS) != 0;
-  layout.bytesPerSample = png_get_bit_depth(session.png(), session.info()) == 16 ? 2 : 1;
+  layout.palette = png_get_color_type(session.png(), session.info()) == PNG_COLOR_TYPE_PALETTE;
+  layout.grey = shape.model == SampleModel::grey;
+  layout.alpha = shape.alpha;
+  layout.bytesPerSample = bytesPerSample(shape.bitsPerComponent);
   layout.pixelBytes = (layout.colorCount() + (layout.alpha ? 1 : 0)) * layout.bytesPerSample;
-  layout.stride = layout.pixelBytes * png_get_image_width(session.png(), session.info());
-  layout.total = layout.stride * png_get_image_height(session.png(), session.info());
+  layout.stride = layout.pixelBytes * shape.width;
+  layout.total = layout.stride * shape.height;
   return layout;
-}
-
-/// Whether a file of that size can hold the image: asked before memory is taken for it. Deflate makes at most 1032
-/// bytes of one (two bits for a match of 258 bytes).
-bool canHoldImage(Session& session, std::size_t fileSize) {
-  constexpr std::uint64_t kGreatestExpansion = 1032;
-  const std::uint64_t rowBytes = png_get_rowbytes(session.png(), session.info());
-  return rowBytes * png_get_image_height(session.png(), session.info()) / kGreatestExpansion <= fileSize;
 }
 
 /// Sets up the expansion and returns the number of passes. Called inside a step of the session.
@@ -117,21 +106,20 @@ using namespace png;
 
 Outcome<Raster> decodePng(ByteView file) {
   Session session(Session::Purpose::samples);
-  if (!session.readHeader(file)) return session.headerRefusal();
-  Raster raster;
-  raster.width = png_get_image_width(session.png(), session.info());
-  raster.height = png_get_image_height(session.png(), session.info());
-  if (std::uint64_t{raster.width} * raster.height > kMaximumPixels) return Refusal{"the image is too large"};
-  if (!canHoldImage(session, file.size())) return Refusal{"the file is shorter than an image of that size can be"};
-  const Layout layout = layoutOf(session);
+  const auto shape = session.readShape(file);
+  if (!shape) return shape.refusal();
+  const Layout layout = layoutOf(session, *shape);
   const auto memory = allocateSamples(layout.total);
   if (!readRows(session, layout, memory.get())) return Refusal{"the image data is damaged or not complete"};
   if (layout.palette && !expandPalette(session, layout, memory.get())) {
     return Refusal{"a pixel has no color in the palette"};
   }
 
-  raster.bitsPerComponent = static_cast<int>(layout.bytesPerSample * 8);
-  raster.model = layout.grey ? SampleModel::grey : SampleModel::rgb;
+  Raster raster;
+  raster.width = shape->width;
+  raster.height = shape->height;
+  raster.bitsPerComponent = shape->bitsPerComponent;
+  raster.model = shape->model;
   raster.owner = memory;
   const auto component = [&](std::size_t index) {
     return Component{memory.get() + index * layout.bytesPerSample, layout.pixelBytes, layout.stride, raster.width,

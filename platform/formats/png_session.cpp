@@ -3,23 +3,18 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
-#include <optional>
 #include <string_view>
 
+#include "platform/formats/png_chunks.h"
 #include "platform/values/big_endian.h"
+#include "platform/values/limits.h"
 
 namespace quellor::png {
 namespace {
 
 using namespace std::string_view_literals;
 
-constexpr auto kSignature = "\x89PNG\r\n\x1A\n"sv;
-constexpr std::size_t kLengthAndType = 8;
-constexpr std::size_t kChecksum = 4;
 constexpr std::size_t kFrameControlSize = 26;
-
-/// The end chunk is the same in every file (PNG, third edition, 11.2.5).
-constexpr auto kEnd = "\0\0\0\0IEND\xAE\x42\x60\x82"sv;
 
 /// A file without its image data.
 struct FileParts {
@@ -32,9 +27,9 @@ struct FileParts {
 
 /// Chunks that describe the image and may stand behind its data (PNG, third edition, 5.6); others there are out of
 /// place.
-bool mayFollowImageData(ByteView type) {
+bool mayFollowImageData(const Chunk& chunk) {
   constexpr std::array kTypes = {"tEXt"sv, "zTXt"sv, "iTXt"sv, "eXIf"sv, "tIME"sv};
-  return std::any_of(kTypes.begin(), kTypes.end(), [type](std::string_view each) { return startsWith(type, each); });
+  return std::any_of(kTypes.begin(), kTypes.end(), [&chunk](std::string_view each) { return chunk.is(each); });
 }
 
 /// Absent when the chunks do not reach from the signature to IEND or there is no uninterrupted run of image data
@@ -46,24 +41,21 @@ Outcome<FileParts> splitAtImageData(ByteView file) {
   FileParts parts;
   std::size_t dataEnd = 0;
   bool animated = false;
-  while (file.size() - offset >= kLengthAndType + kChecksum) {
-    const ByteView type = file.subspan(offset + 4, 4);
-    const std::size_t length = bigEndian32(file, offset);
-    if (length > file.size() - offset - kLengthAndType - kChecksum) break;
-    const std::size_t end = offset + kLengthAndType + length + kChecksum;
-    if (startsWith(type, "IDAT")) {
+  while (const auto chunk = chunkAt(file, offset)) {
+    const std::size_t end = offset + chunk->whole.size();
+    if (chunk->is("IDAT")) {
       if (parts.before.empty()) parts.before = file.first(offset);
       if (dataEnd != 0 && dataEnd != offset) return Refusal{"the image data is interrupted"};
       dataEnd = end;
-    } else if (startsWith(type, "IEND")) {
+    } else if (chunk->is("IEND")) {
       if (parts.before.empty()) return Refusal{"there is no image data"};
-      if (!startsWith(file.subspan(offset), kEnd)) return Refusal{"the end chunk is broken"};
+      if (!isEnd(*chunk)) return Refusal{"the end chunk is broken"};
       return parts;
-    } else if (dataEnd != 0 && mayFollowImageData(type)) {
-      parts.behind.push_back(file.subspan(offset, end - offset));
-    } else if (startsWith(type, "acTL")) {
+    } else if (dataEnd != 0 && mayFollowImageData(*chunk)) {
+      parts.behind.push_back(chunk->whole);
+    } else if (chunk->is("acTL")) {
       animated = animated || dataEnd == 0;
-    } else if (animated && dataEnd != 0 && startsWith(type, "fcTL") && length == kFrameControlSize) {
+    } else if (animated && dataEnd != 0 && chunk->is("fcTL") && chunk->data().size() == kFrameControlSize) {
       ++parts.imageCount;
     }
     offset = end;
@@ -93,6 +85,13 @@ void onWarning(png_structp /*png*/, png_const_charp /*message*/) {}
 
 void onRead(png_structp png, png_bytep target, std::size_t size) {
   static_cast<Session*>(png_get_io_ptr(png))->read(target, size);
+}
+
+/// Whether a file of that size can hold the image: asked before memory is taken for it. Deflate makes at most 1032
+/// bytes of one (two bits for a match of 258 bytes).
+bool canHoldImage(std::uint64_t rowBytes, std::uint32_t height, std::size_t fileSize) {
+  constexpr std::uint64_t kGreatestExpansion = 1032;
+  return rowBytes * height / kGreatestExpansion <= fileSize;
 }
 
 }  // namespace
@@ -160,6 +159,22 @@ bool Session::readHeader(ByteView file) {
     configure();
     png_read_info(png_, info_);
   });
+}
+
+Outcome<RasterShape> Session::readShape(ByteView file) {
+  if (!readHeader(file)) return refusal_;
+  const unsigned colorType = png_get_color_type(png_, info_);
+  RasterShape shape;
+  shape.width = png_get_image_width(png_, info_);
+  shape.height = png_get_image_height(png_, info_);
+  if (std::uint64_t{shape.width} * shape.height > kMaximumPixels) return Refusal{"the image is too large"};
+  if (!canHoldImage(png_get_rowbytes(png_, info_), shape.height, file.size())) {
+    return Refusal{"the file is shorter than an image of that size can be"};
+  }
+  shape.bitsPerComponent = png_get_bit_depth(png_, info_) == 16 ? 16 : 8;
+  shape.model = (colorType & PNG_COLOR_MASK_COLOR) != 0 ? SampleModel::rgb : SampleModel::grey;
+  shape.alpha = (colorType & PNG_COLOR_MASK_ALPHA) != 0 || png_get_valid(png_, info_, PNG_INFO_tRNS) != 0;
+  return shape;
 }
 
 }  // namespace quellor::png

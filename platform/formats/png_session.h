@@ -8,6 +8,7 @@
 
 #include "platform/values/bytes.h"
 #include "platform/values/outcome.h"
+#include "platform/values/raster.h"
 
 namespace quellor::png {
 
@@ -28,6 +29,10 @@ class Session {
   /// false, headerRefusal() says why and the session is of no use; otherwise png() and info() are valid.
   bool readHeader(ByteView file);
   [[nodiscard]] Refusal headerRefusal() const { return refusal_; }
+
+  /// Of a session for samples, in place of readHeader(): what the samples are once they are expanded to whole bytes.
+  /// Absent, too, where the image is too large or the file is shorter than such an image can be.
+  Outcome<RasterShape> readShape(ByteView file);
 
   /// Of a session for facts whose header was read: the image and the frames of an animation.
   [[nodiscard]] std::size_t imageCount() const { return imageCount_; }

@@ -44,9 +44,10 @@ const std::vector<std::pair<std::string, Folders>> kMayUse = {
 const std::map<std::string, std::string> kLibraries = {
     {"dav1d/", "platform/formats"},     {"gif_lib.h", "platform/formats"},    {"jpeglib.h", "platform/formats"},
     {"jerror.h", "platform/formats"},   {"lcms2", "platform/color"},          {"libavcodec/", "platform/formats"},
-    {"libavutil/", "platform/formats"}, {"nettle/", "platform/values"},       {"nlohmann/", "protocol"},
-    {"png.h", "platform/formats"},      {"pugixml.hpp", "platform/metadata"}, {"tiff", "platform/formats"},
-    {"webp/", "platform/formats"},      {"x265.h", "platform/formats"},       {"zimg.h", "platform/pixels"},
+    {"libavutil/", "platform/formats"}, {"libdeflate.h", "platform/formats"}, {"nettle/", "platform/values"},
+    {"nlohmann/", "protocol"},          {"png.h", "platform/formats"},        {"pugixml.hpp", "platform/metadata"},
+    {"tiff", "platform/formats"},       {"webp/", "platform/formats"},        {"x265.h", "platform/formats"},
+    {"zimg.h", "platform/pixels"},
 };
 
 /// Headers of the operating system; those of the language have no ending.

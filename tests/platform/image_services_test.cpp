@@ -64,6 +64,54 @@ TEST_F(Services, GiveASourceThatAnswersForItsPrimaryImageOnly) {
   EXPECT_FALSE(source->auxiliaryDataInfoAt(0, "no such type"));
 }
 
+TEST_F(Services, GiveAnImageThatOutlivesItsSource) {
+  test_support::PngSpec spec;
+  spec.sample = [](auto...) { return 7U; };
+  const std::string png = write("a.png", test_support::encodePng(spec));
+  for (const std::string& file : {png, std::string(QUELLOR_EXAMPLES) + "/photo.heic"}) {
+    const std::optional<Image> image = services_.openSource(file)->imageAt(0);
+    ASSERT_TRUE(image);
+    const Raster* const raster = image->raster();
+    ASSERT_NE(raster, nullptr);
+    EXPECT_TRUE(raster->hasSamples());
+    EXPECT_EQ(raster->width, image->width());
+    EXPECT_EQ(raster->height, image->height());
+    EXPECT_EQ(Image(*image).raster(), raster) << "a copy has its samples made again";
+  }
+}
+
+TEST(ImageSamples, AreMadeOnceAndOnlyWhenTheyAreAskedFor) {
+  int made = 0;
+  Raster raster;
+  raster.width = 2;
+  const Image image(shapeOf(raster), std::nullopt, [&] {
+    ++made;
+    return raster;
+  });
+  EXPECT_EQ(image.width(), 2U);
+  EXPECT_EQ(made, 0);
+  EXPECT_NE(image.raster(), nullptr);
+  EXPECT_NE(image.raster(), nullptr);
+  EXPECT_EQ(made, 1);
+}
+
+TEST(ImageSamples, AreAbsentWhereTheyCannotBeMadeOrAreNotWhatWasReported) {
+  Raster raster;
+  raster.width = 2;
+  raster.height = 1;
+  const RasterShape shape = shapeOf(raster);
+  int asked = 0;
+  const Image none(shape, std::nullopt, [&]() -> std::optional<Raster> {
+    ++asked;
+    return std::nullopt;
+  });
+  EXPECT_EQ(none.raster(), nullptr);
+  EXPECT_EQ(none.raster(), nullptr);
+  EXPECT_EQ(asked, 1) << "what failed once is not tried again";
+  raster.width = 3;
+  EXPECT_EQ(Image(shape, std::nullopt, [&] { return raster; }).raster(), nullptr);
+}
+
 TEST_F(Services, DescribeAnAuxiliaryImage) {
   HeifBuilder builder;
   builder.properties = {test_support::auxC("urn:com:apple:photo:2020:aux:hdrgainmap"), test_support::ispe(20, 10)};

@@ -67,7 +67,8 @@ TEST(RunExportStoragePixels, TakesItsStepsInOrder) {
   for (const std::string& call : platform.calls)
     if (!call.starts_with("auxiliary") && !call.starts_with("properties")) steps.push_back(call);
   EXPECT_THAT(steps, ElementsAre("exists /in/a.heic", "exists /out/b.heic", "attributes /in/a.heic", "open /in/a.heic",
-                                 "decode 0", "open /in/a.heic", "decode 0", "context 2x1", "write /out/b.heic"));
+                                 "decode 0", "open /in/a.heic", "decode 0", "context 2x1", "make samples",
+                                 "write /out/b.heic"));
 }
 
 TEST(RunExportStoragePixels, AlwaysWarnsThatOrientationIsNotApplied) {

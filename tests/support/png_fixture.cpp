@@ -178,6 +178,28 @@ std::vector<PngPlace> pngChunks(ByteView file) {
   return places;
 }
 
+std::vector<PngChunk> disassemblePng(ByteView file) {
+  std::vector<PngChunk> chunks;
+  for (const PngPlace& place : pngChunks(file)) {
+    const ByteView data = file.subspan(place.offset + 8, place.length);
+    chunks.push_back({place.type, Bytes(data.begin(), data.end())});
+  }
+  return chunks;
+}
+
+Bytes assemblePng(const std::vector<PngChunk>& chunks) {
+  Bytes file = {0x89, 'P', 'N', 'G', '\r', '\n', 0x1A, '\n'};
+  for (const PngChunk& chunk : chunks) {
+    const PngPlace place{chunk.type, file.size(), chunk.data.size()};
+    appendNumber(file, static_cast<std::uint32_t>(chunk.data.size()));
+    file.insert(file.end(), chunk.type.begin(), chunk.type.end());
+    file.insert(file.end(), chunk.data.begin(), chunk.data.end());
+    file.resize(file.size() + 4);
+    repairChecksum(file, place);
+  }
+  return file;
+}
+
 void repairChecksum(Bytes& file, const PngPlace& chunk) {
   const std::uint32_t crc = checksumOf(ByteView(file).subspan(chunk.offset + 4, chunk.length + 4));
   for (std::size_t i = 0; i < 4; ++i) {

@@ -61,6 +61,10 @@ struct PngPlace {
 };
 std::vector<PngPlace> pngChunks(ByteView file);
 
+/// The chunks of a file with their data, and a file of chunks, each with the right checksum.
+std::vector<PngChunk> disassemblePng(ByteView file);
+Bytes assemblePng(const std::vector<PngChunk>& chunks);
+
 /// Writes the right checksum into the chunk, after its data was changed.
 void repairChecksum(Bytes& file, const PngPlace& chunk);
 

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <array>
 #include <fstream>
-#include <iostream>
 #include <iterator>
 #include <random>
 #include <string>
@@ -12,13 +11,15 @@
 
 #include <gtest/gtest.h>
 
-#include "platform/formats/image_format.h"
 #include "platform/values/big_endian.h"
 #include "tests/support/corpus.h"
+#include "tests/support/look_comparison.h"
 
 namespace quellor {
 namespace {
 
+using test_support::compareLook;
+using test_support::Comparisons;
 using test_support::sampleFile;
 using test_support::sampleFilesIn;
 
@@ -37,38 +38,11 @@ std::vector<std::string> samplesUpTo(std::uintmax_t limit) {
   return files;
 }
 
-/// What was compared, for the log of the test.
-struct Comparisons {
-  int files = 0;
-  int whole = 0;
-};
-
-/// Fails where the look at `file` and its decoding differ.
-void compare(ByteView file, const std::string& what, Comparisons& comparisons) {
-  const ImageFormat* const format = formatOf(file);
-  if (format == nullptr) return;
-  ++comparisons.files;
-  const auto look = format->look(file);
-  const auto raster = format->decode(file);
-  EXPECT_EQ(look.has_value(), raster.has_value())
-      << what << ": look: " << look.reason() << ", decoding: " << raster.reason();
-  if (!look || !raster) return;
-  ++comparisons.whole;
-  EXPECT_EQ(look->shape, shapeOf(*raster)) << what;
-  if (look->raster) {
-    EXPECT_EQ(shapeOf(*look->raster), shapeOf(*raster)) << what;
-    EXPECT_TRUE(look->raster->hasSamples()) << what;
-  }
-}
-
-void report(const Comparisons& comparisons) {
-  EXPECT_GT(comparisons.files, 0);
-  std::cout << comparisons.files << " files compared, " << comparisons.whole << " of them whole\n";
-}
-
 TEST(Look, AgreesWithTheDecodingOfEverySample) {
   Comparisons comparisons;
-  for (const std::string& file : samplesUpTo(UINTMAX_MAX)) compare(contentOf(file), file, comparisons);
+  for (const std::string& file : samplesUpTo(UINTMAX_MAX))
+    compareLook(
+        contentOf(file), [&] { return file; }, comparisons);
   EXPECT_GT(comparisons.whole, 50);
   report(comparisons);
 }
@@ -82,8 +56,9 @@ TEST(Look, AgreesWithTheDecodingOfEveryFileThatIsCutSomewhere) {
       // The last ones are close to the end, where a cut is hardest to see.
       const std::size_t size =
           cut < kCuts - 3 ? content.size() * (cut + 1) / kCuts : content.size() - (kCuts + 1 - cut);
-      compare(ByteView(content).first(std::min(size, content.size())), file + " cut to " + std::to_string(size),
-              comparisons);
+      compareLook(
+          ByteView(content).first(std::min(size, content.size())),
+          [&] { return file + " cut to " + std::to_string(size); }, comparisons);
     }
   }
   report(comparisons);
@@ -100,7 +75,8 @@ TEST(Look, AgreesWithTheDecodingOfChangedFiles) {
       Bytes changed = content;
       const std::size_t place = random() % changed.size();
       changed[place] = static_cast<std::uint8_t>(random());
-      compare(changed, file + " with another byte " + std::to_string(place), comparisons);
+      compareLook(
+          changed, [&] { return file + " with another byte " + std::to_string(place); }, comparisons);
     }
   }
   report(comparisons);
@@ -118,7 +94,8 @@ TEST(Look, AgreesWithTheDecodingOfFilesWithOneBitOfTheirParameterSetsChanged) {
     for (std::size_t bit = 8 * (begin + 4); bit < 8 * (begin - 4 + size); ++bit) {
       Bytes changed = content;
       changed[bit / 8] = static_cast<std::uint8_t>(changed[bit / 8] ^ 0x80U >> bit % 8);
-      compare(changed, std::string(file) + " with another bit " + std::to_string(bit), comparisons);
+      compareLook(
+          changed, [&] { return file + (" with another bit " + std::to_string(bit)); }, comparisons);
     }
   }
   report(comparisons);
