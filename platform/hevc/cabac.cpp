@@ -28,18 +28,18 @@ constexpr std::array<std::uint8_t, 64> kStateAfterLps = {
     18, 18, 19, 19, 21, 21, 22, 22, 23, 24, 24, 25, 26, 26, 27, 27, 28, 29, 29, 30, 30, 30,
     31, 32, 32, 33, 33, 33, 34, 34, 35, 35, 35, 36, 36, 36, 37, 37, 37, 38, 38, 63};
 
-constexpr StateTables buildTables() {
-  StateTables tables{};
-  for (unsigned context = 0; context < 128; ++context) {
-    const unsigned state = context >> 1;
-    const unsigned symbol = context & 1U;
-    const unsigned afterMps = state < 62 ? state + 1 : state;
-    const unsigned afterLps = kStateAfterLps[state];
-    tables.rangeLps[context] = kRangeLps[state];
-    tables.next[context] = static_cast<std::uint8_t>(afterMps * 2 + symbol);
-    tables.next[context + 128] = static_cast<std::uint8_t>(afterLps * 2 + (state == 0 ? 1 - symbol : symbol));
+constexpr std::array<Context, 128> buildContextStates() {
+  std::array<Context, 128> contexts{};
+  for (std::size_t i = 0; i < contexts.size(); ++i) {
+    const std::size_t state = i >> 1;
+    const std::size_t symbol = i & 1U;
+    const std::size_t afterMore = (state < 62 ? state + 1 : state) * 2 + symbol;
+    const std::size_t afterLess = std::size_t{kStateAfterLps[state]} * 2 + (state == 0 ? 1 - symbol : symbol);
+    contexts[i] =
+        Context{symbol} << kValMpsShift | Context{afterLess} << kAfterLessShift | Context{afterMore} << kAfterMoreShift;
+    for (std::size_t range = 0; range < 4; ++range) contexts[i] |= Context{kRangeLps[state][range]} << (8 * range);
   }
-  return tables;
+  return contexts;
 }
 
 // 9.3.2.2
@@ -47,7 +47,7 @@ Context initialContext(int initValue, int sliceQp) {
   const int slope = (initValue >> 4) * 5 - 45;
   const int offset = ((initValue & 15) << 3) - 16;
   const int state = std::clamp(((slope * std::clamp(sliceQp, 0, 51)) >> 4) + offset, 1, 126);
-  return static_cast<Context>(state > 63 ? (state - 64) * 2 + 1 : (63 - state) * 2);
+  return kContextStates[static_cast<std::size_t>(state > 63 ? (state - 64) * 2 + 1 : (63 - state) * 2)];
 }
 
 template <std::size_t n>
@@ -69,7 +69,7 @@ constexpr std::array<std::uint8_t, 24> kGreater1 = {140, 92,  137, 138, 140, 152
 
 }  // namespace
 
-constexpr StateTables kStateTables = buildTables();
+constexpr std::array<Context, 128> kContextStates = buildContextStates();
 
 Contexts initialContexts(int qp) {
   Contexts contexts{};
@@ -95,6 +95,10 @@ Contexts initialContexts(int qp) {
 
 std::uint32_t ArithmeticDecoder::wordAt(const std::uint8_t* data, std::size_t size, std::size_t position) {
   std::uint32_t word = 0;
+  if (position + sizeof(word) <= size) {
+    const std::uint8_t* const at = data + position;
+    return std::uint32_t{at[0]} << 24 | std::uint32_t{at[1]} << 16 | std::uint32_t{at[2]} << 8 | at[3];
+  }
   for (std::size_t i = position; i < position + sizeof(word); ++i) word = (word << 8) | (i < size ? data[i] : 0U);
   return word;
 }

@@ -9,9 +9,17 @@
 
 namespace quellor::hevc {
 
-/// A context variable (ITU-T H.265, 9.3.2.2): pStateIdx times two plus valMps. Wider than a byte on purpose: a store
-/// through a byte type would make the compiler reload the decoder's members after every bin.
-using Context = std::uint16_t;
+/// A context variable (ITU-T H.265, 9.3.2.2) with all that its state leads to (9.3.4.3.2), so that a bin that follows
+/// in the same context need not wait for a table: from the lowest bit up four bytes of rangeTabLps, by qRangeIdx; the
+/// indices into kContextStates of what it becomes after the more and after the less probable symbol, a byte each;
+/// valMps.
+using Context = std::uint64_t;
+inline constexpr unsigned kAfterMoreShift = 32;
+inline constexpr unsigned kAfterLessShift = 40;
+inline constexpr unsigned kValMpsShift = 48;
+
+/// All that a context variable can be, by pStateIdx times two plus valMps.
+extern const std::array<Context, 128> kContextStates;
 
 /// The context variables that an intra slice uses, in the order of the tables that initialise them.
 struct Contexts {
@@ -36,13 +44,6 @@ struct Contexts {
 
 /// All of them at the start of a slice, from initValue for initType 0 and SliceQpY (9.3.2.2).
 [[nodiscard]] Contexts initialContexts(int sliceQp);
-
-/// rangeTabLps and the transitions of states in the form of Context (9.3.4.3.2).
-struct StateTables {
-  std::array<std::array<std::uint8_t, 4>, 128> rangeLps;  // by context
-  std::array<std::uint8_t, 256> next;                     // by context, plus 128 after the less probable symbol
-};
-extern const StateTables kStateTables;
 
 /// The arithmetic decoder of clause 9.3.4.3, with an exact account of the bits that it used up.
 ///
@@ -70,25 +71,30 @@ class ArithmeticDecoder {
   [[nodiscard]] bool startsLegally() const { return value_ < std::uint64_t{510} << kOffsetShift; }
 
   /// One bin of a context (9.3.4.3.2).
-  bool decode(Context& context) {
+  bool decode(Context& context) { return bin(context) != 0; }
+
+  /// The same as a number, for what collects bins: a branch on one would often be mispredicted.
+  std::uint32_t bin(Context& context) {
     ensure(kMaximumShift);
-    const std::uint32_t state = context;
-    const std::uint32_t lps = kStateTables.rangeLps[state][(range_ >> 6) & 3];
+    const Context state = context;
+    const Context afterMore = kContextStates.data()[state >> kAfterMoreShift & 0x7FU];
+    const Context afterLess = kContextStates.data()[state >> kAfterLessShift & 0x7FU];
+    const auto lps = static_cast<std::uint32_t>(state >> ((range_ >> 3) & 24U)) & 0xFFU;
     const std::uint32_t mps = range_ - lps;
     const std::uint64_t bound = std::uint64_t{mps} << kOffsetShift;
-    // All ones when the offset lies in the part of the less probable symbol.
-    const std::uint64_t less = ~static_cast<std::uint64_t>(static_cast<std::int64_t>(value_ - bound) >> 63);
-    const auto less32 = static_cast<std::uint32_t>(less);
-    // Both outcomes are normalised before it is known which one it is.
+    // All ones when the offset lies in the part of the more probable symbol.
+    const auto more = static_cast<std::uint64_t>(static_cast<std::int64_t>(value_ - bound) >> 63);
+    const auto more32 = static_cast<std::uint32_t>(more);
+    // Both outcomes are normalised before it is known which one it is. That an LPS range is not 0 must be said.
     const std::uint32_t mpsShift = (mps >> (kOffsetBits - 1)) ^ 1U;
-    const auto lpsShift = static_cast<std::uint32_t>(std::countl_zero(lps) - (32 - kOffsetBits));
-    const std::uint32_t shift = mpsShift ^ ((mpsShift ^ lpsShift) & less32);
-    const std::uint32_t mpsRange = mps << mpsShift;
-    range_ = mpsRange ^ ((mpsRange ^ (lps << lpsShift)) & less32);
-    value_ = (value_ - (bound & less)) << shift;
+    const auto lpsShift = static_cast<std::uint32_t>(std::countl_zero(lps | 1U) - (32 - kOffsetBits));
+    const std::uint32_t shift = lpsShift ^ ((mpsShift ^ lpsShift) & more32);
+    const std::uint32_t lpsRange = lps << lpsShift;
+    range_ = lpsRange ^ ((lpsRange ^ (mps << mpsShift)) & more32);
+    value_ = (value_ - (bound & ~more)) << shift;
     spare_ -= static_cast<int>(shift);
-    context = kStateTables.next[state + (less32 & 128U)];
-    return ((state ^ less32) & 1U) != 0;
+    context = afterLess ^ ((afterLess ^ afterMore) & more);
+    return (static_cast<std::uint32_t>(state >> kValMpsShift) ^ ~more32) & 1U;
   }
 
   /// One bin of equal probability (9.3.4.3.4).

@@ -81,17 +81,18 @@ unsigned ResidualParser::significance(unsigned subBlock, Position at, bool isLas
   const auto& table = kSignificantByScan[static_cast<std::size_t>(block_.scan)][pattern];
   Context* const contexts = contexts_.significant.data() + significantOffset(subBlock == 0);
 
-  unsigned significant = isLast ? 1U << lastInSubBlock : 0U;
+  unsigned significant = isLast ? 1U : 0U;
   for (unsigned n = isLast ? lastInSubBlock : 16; n-- > 1;) {
-    significant |= decoder_.decode(contexts[table[n]]) ? 1U << n : 0U;
+    significant = significant << 1 | decoder_.bin(contexts[table.data()[n]]);
   }
-  if (isLast && lastInSubBlock == 0) return significant;
+  significant <<= 1;
+  if (isLast && lastInSubBlock == 0) return 1;
   if (inner && significant == 0) {
     return 1;  // inferSbDcSigCoeffFlag
   }
   // The block's first coefficient has a context of its own.
   Context& first = subBlock == 0 ? contexts_.significant[block_.chroma ? 27 : 0] : contexts[table[0]];
-  return significant | (decoder_.decode(first) ? 1U : 0U);
+  return significant | decoder_.bin(first);
 }
 
 /// The ones before a zero; more than any prefix has when they go on.
@@ -135,7 +136,7 @@ bool ResidualParser::levels(unsigned significant, bool firstSubBlock) {
   Context* const contexts = contexts_.greater1.data() + std::size_t{set} * 4 + (block_.chroma ? 16 : 0);
   unsigned greater1 = 0;  // bit i: of the coefficient at place i in the order of coding
   for (unsigned i = 0; i < std::min(count, kMaximumGreater1); ++i) {
-    const unsigned bin = decoder_.decode(contexts[context]) ? 1 : 0;
+    const unsigned bin = decoder_.bin(contexts[context]);
     greater1 |= bin << i;
     context = kNextGreater1[bin][context];
   }
