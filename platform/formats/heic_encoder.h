@@ -15,7 +15,8 @@ std::optional<heif::OutputFile> encodeHeic(const Raster& raster, double quality)
 /// The same with a grid of the caller's choice instead of encodingGridFor().
 std::optional<heif::OutputFile> encodeHeic(const Raster& raster, double quality, const EncodingGrid& grid);
 
-/// The size that the encoder is given for an image's: even, because 4:2:0 has no odd sizes, and at least 64.
+/// The size that the encoder is given for an image's: even, because 4:2:0 has no odd sizes, and at least one
+/// coding tree unit.
 std::uint32_t codedSizeOf(std::uint32_t size);
 
 /// The quality of an image for which none is asked: keeps a phone photo near its size.

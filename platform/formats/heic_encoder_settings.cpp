@@ -43,13 +43,6 @@ const Options& forScreenContent() {
   return options;
 }
 
-/// The encoder does not take pictures smaller than one of its coding tree units.
-std::string codingTreeUnitFor(const Raster& raster) {
-  std::uint32_t size = 64;
-  while (size > 16 && (raster.width < size || raster.height < size)) size /= 2;
-  return std::to_string(size);
-}
-
 /// What the bitstream says of the samples. Alpha has no colour.
 Options signalling(const Raster& raster, PictureRole role) {
   if (role == PictureRole::alpha) return {{"range", "full"}};
@@ -88,7 +81,7 @@ EncoderSettings encoderSettingsFor(const Raster& raster, double quality, Picture
   const bool screen = looksLikeScreenContent(raster);
   EncoderSettings settings{screen ? "medium" : "fast", "ssim",
                            raster.bitsPerComponent == 8 ? "mainstillpicture" : "main10-intra", forStillPictures()};
-  settings.options.emplace_back("ctu", codingTreeUnitFor(raster));
+  settings.options.emplace_back("ctu", std::to_string(kCodingTreeUnit));
   append(settings.options, signalling(raster, role));
   append(settings.options, screen ? forScreenContent() : forPhotos());
   append(settings.options, forOnePicture());
