@@ -155,10 +155,7 @@ bool isEncodable(const Raster& raster) {
 
 }  // namespace
 
-std::uint32_t codedSizeOf(std::uint32_t size) {
-  constexpr std::uint32_t kLeast = 64;
-  return std::max(kLeast, (size + 1) & ~1U);
-}
+std::uint32_t codedSizeOf(std::uint32_t size) { return std::max(kCodingTreeUnit, (size + 1) & ~1U); }
 
 std::optional<heif::OutputFile> encodeHeic(const Raster& raster, double quality) {
   return encodeHeic(raster, quality, encodingGridFor(codedSizeOf(raster.width), codedSizeOf(raster.height)));

@@ -16,6 +16,11 @@ struct EncoderSettings {
   std::vector<std::pair<std::string, std::string>> options;  // applied in this order, on top of the above
 };
 
+/// The size of a coding tree unit in luma samples. The encoder takes no smaller picture, so smaller ones are padded.
+/// It is the same for icons as for photos: of units of 16 samples with sample adaptive offset, libavcodec 5.1 gets
+/// some samples wrong.
+inline constexpr std::uint32_t kCodingTreeUnit = 64;
+
 /// What a picture is coded for.
 enum class PictureRole : std::uint8_t { image, alpha };
 
