@@ -20,5 +20,19 @@ TEST(ForEachIndex, DoesEveryIndexOnceAndStopsAtTheFirstFailure) {
   EXPECT_TRUE(forEachIndex(0, 2, [](std::size_t) { return false; })) << "nothing to do";
 }
 
+// In any other order this would wait for ever.
+TEST(ForEachIndex, LetsACallWaitForThoseOfLowerIndex) {
+  std::vector<std::atomic<bool>> done(200);
+  for (const unsigned threads : {1U, 2U, 5U}) {
+    for (auto& flag : done) flag = false;
+    EXPECT_TRUE(forEachIndex(done.size(), threads, [&done](std::size_t index) {
+      if (index > 0) done[index - 1].wait(false);
+      done[index] = true;
+      done[index].notify_all();
+      return true;
+    }));
+  }
+}
+
 }  // namespace
 }  // namespace quellor
