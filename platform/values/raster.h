@@ -112,8 +112,8 @@ struct Raster {
 };
 
 inline RasterShape shapeOf(const Raster& raster) {
-  return {raster.width, raster.height,           raster.bitsPerComponent,
-          raster.model, raster.alpha.has_value(), raster.premultiplied};
+  return {raster.width,        raster.height, raster.bitsPerComponent, raster.model, raster.alpha.has_value(),
+          raster.premultiplied};
 }
 
 }  // namespace quellor
