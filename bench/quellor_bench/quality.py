@@ -8,8 +8,9 @@ from pathlib import Path
 from . import table
 from .commands import Commands
 from .curve import Curve
-from .encodings import Encoding, Examiner, ssim_decibels
+from .encodings import Encoding, Examiner, on_scale
 from .inputs import Inputs, command
+from .likeness import SCALES
 from .measure import Runner
 from .tree import Tree
 
@@ -25,7 +26,7 @@ QUICK_HEIF_ENC_QUALITIES = list(range(0, 97, 24))
 # differs in range or matrix, and comparing says nothing.
 LEAST_BEST_PSNR = 40
 
-HEADINGS = ["quality", "bytes", "PSNR-Y", "SSIM-Y", "SSIM dB", "CPU s", "bytes to heif-enc's", "CPU to heif-enc's"]
+NAMES = {"ssim": "SSIM-Y", "ssimulacra2": "ssimulacra2", "butteraugli": "butteraugli"}
 
 # Of the integral over the likeness.
 STEPS = 200
@@ -42,7 +43,7 @@ class Curves:
     def __init__(self, commands: Commands, runner: Runner, scratch: Path, photo: Path, quick: bool):
         reference = scratch / "photo.y4m"
         command("heif-dec", "--quiet", photo, reference)
-        examiner = Examiner(runner, scratch, reference)
+        examiner = Examiner(runner, scratch, reference, by_eye=True)
         self.photo = photo
         self.coarse = quick
         self.ours, self.theirs = {}, {}
@@ -57,28 +58,35 @@ class Curves:
                 raise SystemExit(f"{photo}: even the best encoding is nothing like the photo")
 
     @property
-    def rising(self) -> bool:
-        """Every step of quality gives more bytes and more likeness."""
-        encodings = [self.ours[quality] for quality in sorted(self.ours)]
-        return all(a.bytes < b.bytes and a.ssim < b.ssim for a, b in zip(encodings, encodings[1:]))
+    def measures(self) -> list:
+        """The names of the measures that there are programs for."""
+        return [measure for measure in SCALES if on_scale(self.ours[min(self.ours)], measure) is not None]
 
-    def against_heif_enc(self, ours: Encoding, figure: str) -> float | None:
-        """The ratio of the figures at equal SSIM-Y; none where heif-enc was not tried."""
-        theirs = logarithm(self.theirs, figure)
-        at = ssim_decibels(ours)
+    @property
+    def rising(self) -> bool:
+        """Every step of quality gives more bytes and more likeness, by every measure."""
+        encodings = [self.ours[quality] for quality in sorted(self.ours)]
+        return all(a.bytes < b.bytes and all(on_scale(a, measure) < on_scale(b, measure) for measure in self.measures)
+                   for a, b in zip(encodings, encodings[1:]))
+
+    def against_heif_enc(self, ours: Encoding, figure: str, measure: str) -> float | None:
+        """The ratio of the figures at equal likeness; none where heif-enc was not tried."""
+        theirs = logarithm(self.theirs, figure, measure)
+        at = on_scale(ours, measure)
         return getattr(ours, figure) / math.exp(theirs(at)) if theirs.least <= at <= theirs.greatest else None
 
-    def mean_ratio(self, figure: str) -> float:
+    def mean_ratio(self, figure: str, measure: str) -> float:
         """Geometric mean of the ratio over all the likeness that both reach (the Bjøntegaard difference)."""
-        ours, theirs = logarithm(self.ours, figure), logarithm(self.theirs, figure)
+        ours, theirs = logarithm(self.ours, figure, measure), logarithm(self.theirs, figure, measure)
         least, greatest = max(ours.least, theirs.least), min(ours.greatest, theirs.greatest)
         likenesses = [least + (greatest - least) * (step + 0.5) / STEPS for step in range(STEPS)]
         return math.exp(sum(ours(at) - theirs(at) for at in likenesses) / STEPS)
 
 
-def logarithm(encodings: dict, figure: str) -> Curve:
+def logarithm(encodings: dict, figure: str, measure: str) -> Curve:
     """Of a figure, over the likeness."""
-    return Curve([(ssim_decibels(encoding), math.log(getattr(encoding, figure))) for encoding in encodings.values()])
+    return Curve([(on_scale(encoding, measure), math.log(getattr(encoding, figure)))
+                  for encoding in encodings.values()])
 
 
 def percent(ratio: float | None) -> str:
@@ -90,20 +98,29 @@ def share(ratio: float | None) -> str:
 
 
 def text_of(curves: Curves) -> str:
-    cells = [[f"{quality:.1f}", str(encoding.bytes), f"{encoding.psnr:.2f}", f"{encoding.ssim:.5f}",
-              f"{ssim_decibels(encoding):.2f}", f"{encoding.cpu:.2f}",
-              percent(curves.against_heif_enc(encoding, "bytes")), share(curves.against_heif_enc(encoding, "cpu"))]
-             for quality, encoding in sorted(curves.ours.items())]
-    return f"{summary_of(curves)}\n\n{table.markdown(HEADINGS, cells, texts=())}"
+    names = [NAMES[measure] for measure in curves.measures]
+    headings = ["quality", "bytes", "CPU s", "PSNR-Y", *names,
+                *(f"bytes at equal {name}" for name in names), "CPU at equal SSIM-Y"]
+    cells = [cells_of(curves, quality, encoding) for quality, encoding in sorted(curves.ours.items())]
+    return f"{summary_of(curves)}\n\n{table.markdown(headings, cells, texts=())}"
+
+
+def cells_of(curves: Curves, quality: float, encoding: Encoding) -> list:
+    likenesses = [f"{getattr(encoding, measure):.{5 if measure == 'ssim' else 2}f}" for measure in curves.measures]
+    ratios = [percent(curves.against_heif_enc(encoding, "bytes", measure)) for measure in curves.measures]
+    return [f"{quality:.1f}", str(encoding.bytes), f"{encoding.cpu:.2f}", f"{encoding.psnr:.2f}", *likenesses, *ratios,
+            share(curves.against_heif_enc(encoding, "cpu", "ssim"))]
 
 
 def summary_of(curves: Curves) -> str:
     rising = "rise strictly" if curves.rising else "DO NOT RISE STRICTLY"
-    summary = f"**{curves.photo.name}**: bytes and SSIM-Y {rising} with the quality."
+    summary = f"**{curves.photo.name}**: bytes and likeness {rising} with the quality."
     if curves.coarse:
         return summary + " The steps of a quick run are too wide for more than a glance at the last columns."
-    return (f"{summary} At equal SSIM-Y, over all of it, bytes differ from heif-enc's by "
-            f"{percent(curves.mean_ratio('bytes'))}, at {share(curves.mean_ratio('cpu'))} its processor time.")
+    ratios = [f"{percent(curves.mean_ratio('bytes', measure))} at equal {NAMES[measure]}"
+              for measure in curves.measures]
+    return (f"{summary} Over all of it, bytes differ from heif-enc's by {', '.join(ratios)}; processor time is "
+            f"{share(curves.mean_ratio('cpu', 'ssim'))} heif-enc's at equal SSIM-Y.")
 
 
 def json_of(curves: Curves) -> dict:
@@ -111,8 +128,8 @@ def json_of(curves: Curves) -> dict:
         "photo": curves.photo.name,
         "rising": curves.rising,
         "coarse": curves.coarse,
-        "bytesRatio": curves.mean_ratio("bytes"),
-        "cpuRatio": curves.mean_ratio("cpu"),
+        "bytesRatio": {measure: curves.mean_ratio("bytes", measure) for measure in curves.measures},
+        "cpuRatio": curves.mean_ratio("cpu", "ssim"),
         "encodeCandidate": points_of(curves.ours),
         "heifEnc": points_of(curves.theirs),
     }

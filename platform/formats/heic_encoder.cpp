@@ -7,6 +7,7 @@
 #include <utility>
 #include <vector>
 
+#include "platform/formats/heic_encoder_seams.h"
 #include "platform/formats/heic_encoder_settings.h"
 #include "platform/formats/hevc_configuration.h"
 #include "platform/formats/hevc_modules.h"
@@ -97,9 +98,9 @@ HevcEncoderJob jobFor(const Raster& planes, const EncoderSettings& settings,
   return job;
 }
 
-/// `raster` is planar, grey or 4:2:0.
-std::optional<heif::EncodedPicture> encodePicture(const Raster& raster, EncoderSettings settings,
-                                                  heif::ImageSize coded) {
+/// `raster` is planar, grey or 4:2:0; `offsets` are those of HevcEncoderJob, or empty.
+std::optional<heif::EncodedPicture> encodePicture(const Raster& raster, EncoderSettings settings, heif::ImageSize coded,
+                                                  const std::vector<float>& offsets) {
   const HevcEncoder& encoder = formats::hevcEncoder();
   const auto pool = threadPool();
   if (!pool) return std::nullopt;
@@ -109,7 +110,8 @@ std::optional<heif::EncodedPicture> encodePicture(const Raster& raster, EncoderS
 
   const bool asItIs = raster.width == coded.width && raster.height == coded.height;
   const Raster planes = asItIs ? raster : padded(raster, coded);
-  const HevcEncoderJob job = jobFor(planes, settings, options);
+  HevcEncoderJob job = jobFor(planes, settings, options);
+  if (!offsets.empty()) job.quantizationOffsets = offsets.data();
   Units units;
   if (!encoder.encode(&job, takeUnit, &units) || units.slices.empty()) return std::nullopt;
   const std::vector<ByteView> sets(units.parameterSets, units.parameterSets + units.setCount);
@@ -128,7 +130,8 @@ std::optional<heif::EncodedTiles> encodeTiles(const Raster& raster, const Encode
       Raster tile = raster;
       formats::crop(tile, {left, top, std::min(grid.tileWidth, raster.width - left),
                            std::min(grid.tileHeight, raster.height - top)});
-      auto picture = encodePicture(tile, settings, {grid.tileWidth, grid.tileHeight});
+      auto picture =
+          encodePicture(tile, settings, {grid.tileWidth, grid.tileHeight}, seamOffsetsFor(grid, column, row));
       if (!picture) return std::nullopt;
       tiles.push_back(std::move(*picture));
     }

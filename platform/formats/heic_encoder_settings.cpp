@@ -42,7 +42,7 @@ const Options& forPhotos() {
 /// Rendered text and lines: transform skip codes an edge for what it is, once the encoder weighs it by its rate (rd 3
 /// and above, rdoq-level 2). Stronger adaptive quantization would spend the gain on the ground behind the letters.
 const Options& forScreenContent() {
-  static const Options options = {{"tskip", "1"}, {"rdoq-level", "2"}, {"aq-strength", "0.7"}};
+  static const Options options = {{"tskip", "1"}, {"rdoq-level", "2"}, {"aq-strength", "0.4"}};
   return options;
 }
 

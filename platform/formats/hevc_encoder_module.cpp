@@ -37,6 +37,7 @@ class Session {
       picture_->stride[plane] = static_cast<int>(job.strideBytes[plane]);
     }
     picture_->bitDepth = job.bits;
+    picture_->quantOffsets = const_cast<float*>(job.quantizationOffsets);  // copied
     int encoded = 0;
     for (x265_picture* input = picture_;; input = nullptr) {
       const int result = api_.encoder_encode(encoder_, &units, &count, input, nullptr);

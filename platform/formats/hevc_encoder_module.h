@@ -25,6 +25,9 @@ struct HevcEncoderJob {
   const char* profile = nullptr;
   const HevcEncoderOption* options = nullptr;  // applied in their order, after the three above
   std::size_t optionCount = 0;
+  // Null, or what is added to the quantization parameter of each block of 16 x 16 luma samples, row by row; parts of
+  // blocks count. Needs adaptive quantization, which averages it over the blocks of a quantization group.
+  const float* quantizationOffsets = nullptr;
 };
 
 /// Takes a NAL unit, header included, without its start code. Does not throw; false to stop.
@@ -40,7 +43,7 @@ struct HevcEncoder {
   bool (*encode)(const HevcEncoderJob* job, TakeHevcUnit take, void* receiver) noexcept = nullptr;
 };
 
-inline constexpr std::uint32_t kHevcEncoderVersion = 1;
+inline constexpr std::uint32_t kHevcEncoderVersion = 2;
 
 /// Name of the module, and of the function with C linkage by which it hands out its table: `const HevcEncoder* ()`.
 inline constexpr const char* kHevcEncoderModule = "hevc-encoder";
