@@ -7,6 +7,7 @@
 #include <csignal>
 #include <cstddef>
 #include <cstring>
+#include <pthread.h>
 #include <thread>
 #include <unistd.h>
 
@@ -15,8 +16,10 @@
 namespace quellor {
 namespace {
 
+/// Signals that ask for the end come first, then those of faults, which belong to the thread that they come to.
 constexpr std::array kSignals = {SIGINT,  SIGTERM, SIGHUP, SIGQUIT, SIGALRM, SIGXCPU,
                                  SIGABRT, SIGSEGV, SIGBUS, SIGFPE,  SIGILL,  SIGSYS};
+constexpr std::size_t kRequests = 6;
 constexpr std::size_t kHandlerStackBytes = std::size_t{64} * 1024;
 
 // A signal handler reaches nothing but static memory. The path is written before it is registered, and is not written
@@ -25,14 +28,21 @@ std::array<char, PATH_MAX> registeredPath{};
 std::atomic<bool> pathIsRegistered{false};
 std::atomic<int> runningHandlers{0};
 std::array<struct sigaction, kSignals.size()> formerActions{};
+pthread_t writer{};  // the thread that makes guards; known before the first handler is installed
 alignas(std::max_align_t) std::array<std::byte, kHandlerStackBytes> handlerStack{};
 static_assert(std::atomic<bool>::is_always_lock_free && std::atomic<int>::is_always_lock_free,
               "signal handlers use them");
 
-const struct sigaction& formerActionOf(int signal) {
+std::size_t indexOf(int signal) {
   std::size_t i = 0;
   while (kSignals[i] != signal) ++i;
-  return formerActions[i];
+  return i;
+}
+
+/// Hands a request that came to another thread on to the one that writes: while that is in a handler it cannot make the
+/// file anew that was just removed.
+bool isHandedOn(int signal) {
+  return indexOf(signal) < kRequests && pthread_equal(pthread_self(), writer) == 0 && pthread_kill(writer, signal) == 0;
 }
 
 /// Ends the process by the signal, whose action is not caught any more. The first process of a container survives its
@@ -51,10 +61,14 @@ const struct sigaction& formerActionOf(int signal) {
 
 extern "C" [[gnu::no_sanitize_address]] void removeRegisteredFile(int signal, siginfo_t* info, void* context) {
   const int error = errno;
+  if (isHandedOn(signal)) {
+    errno = error;
+    return;
+  }
   ++runningHandlers;
   if (pathIsRegistered) unlink(registeredPath.data());
 
-  const struct sigaction& former = formerActionOf(signal);
+  const struct sigaction& former = formerActions[indexOf(signal)];
   sigaction(signal, &former, nullptr);
   // It still counts as running, so that a guard's end on another thread waits for the end of the process.
   if ((former.sa_flags & SA_SIGINFO) == 0 && former.sa_handler == SIG_DFL) endBy(signal);
@@ -81,6 +95,7 @@ void provideHandlerStack() {
 /// The handlers stay for the life of the process: without a registered file they change nothing.
 bool installHandlers() {
   provideHandlerStack();
+  writer = pthread_self();
   struct sigaction action {};
   action.sa_sigaction = removeRegisteredFile;
   action.sa_flags = SA_SIGINFO | SA_ONSTACK;

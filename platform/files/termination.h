@@ -10,8 +10,8 @@ namespace quellor {
 /// had caught it, or goes to the handler that was there before. A signal that the process was started to ignore stays
 /// ignored. The file need not exist, neither yet nor any more.
 ///
-/// One file at a time: a second guard, or one for a path longer than PATH_MAX, does nothing. Not for several threads at
-/// once.
+/// One file at a time: a second guard, or one for a path longer than PATH_MAX, does nothing. All guards are made by one
+/// thread, which also makes the files and does not end before the process.
 class RemovedOnTermination {
  public:
   explicit RemovedOnTermination(const std::string& path);

@@ -62,14 +62,16 @@ class ProgramWithout {
   test_support::TemporaryDirectory directory_;
 };
 
-TEST(ProgramWithoutTheHevcDecoder, SaysThatItIsMissing) {
+TEST(ProgramWithoutTheHevcDecoder, LooksAndCopiesAndSaysThatItCannotDecode) {
   const ProgramWithout decoder("hevc-decoder");
-  for (const char* operation : {"inspect", "rewrite-from-source", "encode-candidate"}) {
+  EXPECT_EQ(decoder.ask("inspect").value("success", false), true);
+  EXPECT_EQ(decoder.ask("rewrite-from-source").value("success", false), true);
+  for (const char* operation : {"encode-candidate", "rewrite-decoded-image", "export-storage-pixels"}) {
     const json response = decoder.ask(operation);
     EXPECT_EQ(failure(response), "internal_error") << operation;
     EXPECT_THAT(message(response), testing::HasSubstr("quellor-hevc-decoder.so")) << operation;
   }
-  EXPECT_EQ(decoder.filesWritten(), 0U);
+  EXPECT_EQ(decoder.filesWritten(), 1U) << "the copy";
 }
 
 TEST(ProgramWithoutTheHevcEncoder, CopiesAndSaysThatItCannotEncode) {
@@ -87,7 +89,7 @@ TEST(ProgramWithoutTheHevcEncoder, CopiesAndSaysThatItCannotEncode) {
 TEST(ProgramWithAForeignModule, SaysThatItIsNone) {
   const ProgramWithout decoder("hevc-decoder");
   decoder.replace("hevc-decoder", "no library");
-  EXPECT_THAT(message(decoder.ask("inspect")), testing::HasSubstr("quellor-hevc-decoder.so"));
+  EXPECT_THAT(message(decoder.ask("encode-candidate")), testing::HasSubstr("quellor-hevc-decoder.so"));
 }
 
 }  // namespace

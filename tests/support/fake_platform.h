@@ -179,7 +179,12 @@ class FakeImageDestination final : public ImageDestination {
   [[nodiscard]] FakeImage whatWasAdded() const {
     FakeImage added;
     added.properties = writing_.properties;
-    if (writing_.image) added.image = FakePicture{*writing_.image->raster(), writing_.image->colorSpace()};
+    if (writing_.image) {
+      added.image->raster.width = writing_.image->width();
+      added.image->raster.height = writing_.image->height();
+      added.image->raster.bitsPerComponent = writing_.image->bitsPerComponent();
+      added.image->colorSpace = writing_.image->colorSpace();
+    }
     return added;
   }
 
