@@ -32,7 +32,10 @@ class Row:
 
 
 def limit_verdicts(work: Work, ours: Sample) -> list:
-    return [Verdict(f"{MEASURE_NAMES[measure]} ≤ {limit / MEGABYTE:g} MB", getattr(ours, measure) <= limit)
+    def text(measure: str, limit: float) -> str:
+        return f"{limit / MEGABYTE:g} MB" if measure == "peak" else f"{limit * 1e3:g} ms"
+
+    return [Verdict(f"{MEASURE_NAMES[measure]} ≤ {text(measure, limit)}", getattr(ours, measure) <= limit)
             for measure, limit in work.limits.items()]
 
 

@@ -21,7 +21,7 @@ class Peer:
 class Work:
     run: Run
     peers: list
-    limits: dict = field(default_factory=dict)  # measure to greatest median, in its own unit
+    limits: dict = field(default_factory=dict)  # measure to greatest median, in seconds or bytes
     more_rounds: int = 1  # than the others, because it is short
     minutes_long: bool = False  # so long that caches do not matter and rounds have to be few
     files: int = 0  # how many a run works on, where files per minute are of interest
@@ -59,7 +59,7 @@ def works(c: Commands, i: Inputs, matching: Matching) -> dict[str, Callable[[], 
         return Work(c.many(operation, i.many, 2), [Peer(c.many(operation, i.many, 1))], files=len(i.many))
 
     return {
-        "bad-request": lambda: Work(c.refused_request(), [timed(c.nothing(), 4)], more_rounds=10),
+        "bad-request": lambda: Work(c.refused_request(), [Peer(c.nothing())], {"wall": 0.004}, more_rounds=10),
         "inspect-untiled": lambda: Work(c.inspect(i.untiled), [timed(c.heif_dec(i.untiled), 0.22)], peak(25)),
         "inspect-tiled": lambda: Work(c.inspect(i.tiled), [timed(c.heif_dec(i.tiled), 0.35)], peak(25)),
         "inspect-jpeg": lambda: Work(c.inspect(i.jpeg), [timed(c.djpeg(i.jpeg), 0.65)]),
