@@ -18,6 +18,6 @@ namespace quellor {
 inline constexpr std::uint32_t kSeamWidth = 32;
 
 /// Makes up for what is lost beside a seam on average; docs/performance.md has the measurement.
-inline constexpr float kSeamOffset = -0.5F;
+inline constexpr float kSeamOffset = -0.75F;
 
 }  // namespace quellor

@@ -77,8 +77,8 @@ class ArithmeticDecoder {
   std::uint32_t bin(Context& context) {
     ensure(kMaximumShift);
     const Context state = context;
-    const Context afterMore = kContextStates.data()[state >> kAfterMoreShift & 0x7FU];
-    const Context afterLess = kContextStates.data()[state >> kAfterLessShift & 0x7FU];
+    const Context afterMore = kContextStates[state >> kAfterMoreShift & 0x7FU];
+    const Context afterLess = kContextStates[state >> kAfterLessShift & 0x7FU];
     const auto lps = static_cast<std::uint32_t>(state >> ((range_ >> 3) & 24U)) & 0xFFU;
     const std::uint32_t mps = range_ - lps;
     const std::uint64_t bound = std::uint64_t{mps} << kOffsetShift;

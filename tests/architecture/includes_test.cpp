@@ -51,8 +51,8 @@ const std::map<std::string, std::string> kLibraries = {
 };
 
 /// Headers of the operating system; those of the language have no ending.
-const std::set<std::string> kSystemHeaders = {"dlfcn.h",       "fcntl.h",     "poll.h",    "sys/random.h", "sys/stat.h",
-                                              "sys/syscall.h", "sys/types.h", "sys/uio.h", "unistd.h"};
+const std::set<std::string> kSystemHeaders = {"dlfcn.h",    "fcntl.h",       "poll.h",      "pthread.h", "sys/random.h",
+                                              "sys/stat.h", "sys/syscall.h", "sys/types.h", "sys/uio.h", "unistd.h"};
 
 struct Include {
   std::string file;    // that includes
