@@ -39,7 +39,7 @@ PassedPictures& passedPictures() {
 }
 
 /// Bytes of a slice segment above which threads save more time than it takes to start them.
-constexpr std::size_t kWorthThreads = 16 * 1024;
+constexpr std::size_t kWorthThreads = std::size_t{16} * 1024;
 
 bool isWorthThreads(const std::vector<NalUnit>& units) {
   const auto isLarge = [](const NalUnit& unit) { return unit.payload.size() >= kWorthThreads; };

@@ -78,12 +78,12 @@ unsigned ResidualParser::significance(unsigned subBlock, Position at, bool isLas
   const unsigned right = (codedRows_[at.y] >> (at.x + 1)) & 1U;
   const unsigned below = (codedRows_[at.y + 1U] >> at.x) & 1U;
   const unsigned pattern = block_.log2Size == 2 ? 4 : right + 2 * below;
-  const auto& table = kSignificantByScan[static_cast<std::size_t>(block_.scan)][pattern];
+  const auto* const table = kSignificantByScan[static_cast<std::size_t>(block_.scan)][pattern].data();
   Context* const contexts = contexts_.significant.data() + significantOffset(subBlock == 0);
 
   unsigned significant = isLast ? 1U : 0U;
   for (unsigned n = isLast ? lastInSubBlock : 16; n-- > 1;) {
-    significant = significant << 1 | decoder_.bin(contexts[table.data()[n]]);
+    significant = significant << 1 | decoder_.bin(contexts[table[n]]);
   }
   significant <<= 1;
   if (isLast && lastInSubBlock == 0) return 1;
