@@ -40,6 +40,7 @@ int prepareRows(Session& session, const Layout& layout) {
   png_structp png = session.png();
   if (layout.palette) {
     png_set_packing(png);
+    png_set_check_for_invalid_index(png, 0);  // done when the indices are replaced
   } else {
     png_set_expand(png);
     if constexpr (std::endian::native == std::endian::little) png_set_swap(png);

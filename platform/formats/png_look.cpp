@@ -20,11 +20,11 @@ bool hasRightChecksum(const Chunk& chunk) {
          bigEndian32(chunk.whole, chunk.whole.size() - Chunk::kChecksumSize);
 }
 
-/// Four letters, of which the first is small (PNG, third edition, 5.4).
+/// Four letters, of which the first is small and the third is not (PNG, third edition, 5.4).
 bool isAncillary(const Chunk& chunk) {
   const ByteView type = chunk.whole.subspan(4, 4);
   const auto isLetter = [](std::uint8_t c) { return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z'); };
-  return std::all_of(type.begin(), type.end(), isLetter) && type[0] >= 'a';
+  return std::all_of(type.begin(), type.end(), isLetter) && type[0] >= 'a' && type[2] < 'a';
 }
 
 /// Where the compressed image data stands: in chunks that follow one another.

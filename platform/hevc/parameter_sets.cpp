@@ -10,6 +10,8 @@ namespace quellor::hevc {
 namespace {
 
 constexpr unsigned kMaximumSide = 1U << 20;
+constexpr unsigned kScreenContentProfile = 9;  // general_profile_idc (A.3.7)
+constexpr unsigned kHighThroughputScreenContentProfile = 11;
 constexpr unsigned kMaximumSubLayers = 6;  // sps_max_sub_layers_minus1 (7.4.3.2.1)
 constexpr const char* kExtension = "a tool of the range or screen content extensions";
 
@@ -144,7 +146,7 @@ std::optional<unsigned> parseVps(ByteView payload) {
   const unsigned subLayers = reader.bits(3);
   reader.skip(1);
   if (!baseLayer || reader.bits(16) != 0xFFFF || subLayers > kMaximumSubLayers) return std::nullopt;
-  skipProfileTierLevel(reader, subLayers);
+  readProfileTierLevel(reader, subLayers);
   if (!readBufferSizes(reader, subLayers)) return std::nullopt;
   const unsigned layers = reader.bits(6) + 1;
   for (unsigned sets = reader.unsignedGolomb(kMaximumLayerSets - 1); sets > 0; --sets) reader.skip(layers);
@@ -164,7 +166,11 @@ std::optional<Sps> parseSps(ByteView payload, unsigned& id) {
   const unsigned subLayers = reader.bits(3);
   if (subLayers > kMaximumSubLayers) return std::nullopt;
   reader.skip(1);
-  skipProfileTierLevel(reader, subLayers);
+  // libavcodec 7 refuses these profiles whatever tools a picture uses.
+  const unsigned profile = readProfileTierLevel(reader, subLayers);
+  if (profile == kScreenContentProfile || profile == kHighThroughputScreenContentProfile) {
+    sps.notFollowed = "a profile of screen content";
+  }
   id = reader.unsignedGolomb(kMaximumSps - 1);
   sps.chromaArrayType = reader.unsignedGolomb(3);
   if (sps.chromaArrayType == k444 && reader.flag()) sps.notFollowed = "separate color planes";

@@ -50,14 +50,17 @@ std::uint16_t readCodePoint(BitReader& reader, unsigned last, unsigned another) 
 
 }  // namespace
 
-void skipProfileTierLevel(BitReader& reader, unsigned subLayers) {
-  reader.skip(88 + 8);
+unsigned readProfileTierLevel(BitReader& reader, unsigned subLayers) {
+  reader.skip(3);
+  const unsigned profile = reader.bits(5);
+  reader.skip(80 + 8);
   unsigned present[8] = {};
   for (unsigned i = 0; i < subLayers; ++i) present[i] = reader.bits(2);
   if (subLayers > 0) reader.skip(2 * (8 - subLayers));
   for (unsigned i = 0; i < subLayers; ++i) {
     reader.skip(((present[i] & 2U) != 0 ? 88U : 0U) + ((present[i] & 1U) != 0 ? 8U : 0U));
   }
+  return profile;
 }
 
 void skipScalingLists(BitReader& reader) {

@@ -9,8 +9,9 @@
 /// The syntax of parameter sets and slice headers: its descriptors, and the structures that several of them hold.
 namespace quellor::hevc {
 
-/// Reads past profile_tier_level( 1, subLayers ) (7.3.3). `subLayers` is sps_max_sub_layers_minus1 here and below.
-void skipProfileTierLevel(BitReader& reader, unsigned subLayers);
+/// Reads profile_tier_level( 1, subLayers ) (7.3.3) and returns general_profile_idc. `subLayers` is
+/// sps_max_sub_layers_minus1 here and below.
+unsigned readProfileTierLevel(BitReader& reader, unsigned subLayers);
 
 /// Reads past scaling_list_data() (7.3.4).
 void skipScalingLists(BitReader& reader);
