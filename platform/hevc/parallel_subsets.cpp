@@ -8,6 +8,9 @@ namespace {
 
 constexpr unsigned kAllUnits = std::numeric_limits<unsigned>::max();
 
+/// Far more than processors could share. Each takes a kilobyte, and a file can ask for a million tiles.
+constexpr std::size_t kMaximumSubsets = 4096;
+
 std::vector<std::size_t> subsetPlaces(const CtbLayout& layout) {
   std::vector<std::size_t> places = {0};
   for (std::size_t place = 1; place < layout.order.size(); ++place) {
@@ -20,24 +23,22 @@ std::vector<std::size_t> subsetPlaces(const CtbLayout& layout) {
 }  // namespace
 
 ParallelSubsets::ParallelSubsets(const Sps& sps, const Pps& pps, const CtbLayout& layout)
-    : sps_(sps),
-      pps_(pps),
-      layout_(layout),
-      places_(subsetPlaces(layout)),
-      subsets_(places_.size() - 1),
-      firstFailed_(places_.size()) {}
+    : sps_(sps), pps_(pps), layout_(layout), places_(subsetPlaces(layout)), firstFailed_(places_.size()) {}
 
 bool ParallelSubsets::canEnter(const SliceHeader& header) const {
-  return !(pps_.tiles && pps_.wavefront) && header.subsetSizes.size() + 1 == subsets_.size();
+  const std::size_t subsets = places_.size() - 1;
+  return !(pps_.tiles && pps_.wavefront) && header.subsetSizes.size() + 1 == subsets && subsets <= kMaximumSubsets;
 }
 
 ParallelSubsets::Result ParallelSubsets::parse(const SliceHeader& header, ByteView data,
                                                std::span<const std::size_t> starts, CodingTreeParser& last,
                                                LineAbove& above, const Spread& spread) {
   const Segment segment{header, data, starts};
+  subsets_ = std::vector<Subset>(places_.size() - 1);
   // Tiles below one another would use the same columns of a line.
   std::vector<LineAbove> lines(pps_.tileRows - 1, LineAbove(sps_));
   spread(subsets_.size(), [&](std::size_t index) {
+    const Ending ending(subsets_[index]);
     if (index + 1 == subsets_.size()) return parseSubset(segment, index, last);
     const std::size_t line = index / pps_.tileColumns;
     CodingTreeParser units(sps_, pps_, line < lines.size() ? lines[line] : above);
@@ -60,8 +61,11 @@ void ParallelSubsets::parseSubset(const Segment& segment, std::size_t index, Cod
     std::size_t first = firstFailed_;
     while (index < first && !firstFailed_.compare_exchange_weak(first, index)) continue;
   }
-  subset.parsed = kAllUnits;  // nobody waits for a row that has ended, however it did
-  subset.parsed.notify_all();
+}
+
+ParallelSubsets::Ending::~Ending() {
+  subset_.parsed = kAllUnits;
+  subset_.parsed.notify_all();
 }
 
 /// Null, or what is wrong with the subset if all before it are intact.

@@ -40,6 +40,17 @@ class ParallelSubsets {
     const char* reason = nullptr;
     bool exemptsChromaFromOffset = false;
   };
+  /// Nobody waits for a subset that has ended, be it for want of memory.
+  class Ending {
+   public:
+    explicit Ending(Subset& subset) : subset_(subset) {}
+    Ending(const Ending&) = delete;
+    Ending& operator=(const Ending&) = delete;
+    ~Ending();
+
+   private:
+    Subset& subset_;
+  };
   struct Segment {
     const SliceHeader& header;
     ByteView data;
@@ -56,7 +67,7 @@ class ParallelSubsets {
   const Pps& pps_;
   const CtbLayout& layout_;
   std::vector<std::size_t> places_;  // of the subsets in the order, and the order's end
-  std::vector<Subset> subsets_;
+  std::vector<Subset> subsets_;      // while parse() runs
   std::atomic<std::size_t> firstFailed_;
   std::size_t end_ = 0;
 };

@@ -26,8 +26,8 @@ struct Judgement {
 };
 
 /// The caller's threads: calls `task( 0 )` to `task( count - 1 )`, each once, begun in ascending order and possibly at
-/// the same time, and returns when all have ended. A task may wait for those of lower index, and does not throw. An
-/// empty one stands for the calling thread alone.
+/// the same time, and returns when all have ended; what a task throws it raises then, and begins no further one. A task
+/// may wait for those of lower index. An empty one stands for the calling thread alone.
 using Spread = std::function<void(std::size_t count, const std::function<void(std::size_t)>& task)>;
 
 /// Judges the one picture that `units` code without decoding it, in about half the time that decoding takes. May
